@@ -1,0 +1,19 @@
+// KelULib: UTF-16 text and character-set conversion.
+//
+// The one header a user includes. From C it declares the flat buffer
+// functions; from C++ the whole public interface.
+#ifndef KELULIB_KELULIB_H_
+#define KELULIB_KELULIB_H_
+
+#include "flatapi/buffer_conversion.h"
+
+#ifdef __cplusplus
+#include "charset/converter.h"
+#include "charset/obj_lock.h"
+#include "charset/tables/sbcs_converter.h"
+#include "charset/unicode/utf16_converters.h"
+#include "charset/unicode/utf32_converter.h"
+#include "charset/unicode/utf8_converter.h"
+#endif
+
+#endif  // KELULIB_KELULIB_H_

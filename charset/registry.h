@@ -1,0 +1,57 @@
+// The converter registry: which converter serves which character set, and
+// the operating system's code page that KelCS_OS_DEFAULT stands for.
+#ifndef KELULIB_CHARSET_REGISTRY_H_
+#define KELULIB_CHARSET_REGISTRY_H_
+
+#include <cstdint>
+#include <initializer_list>
+#include <map>
+
+#include "charset/converter.h"
+
+class KelCharSetRegistry {
+ public:
+  struct Registration {
+    KelCharSet id;
+    KelCharSetConverter* converter;
+  };
+
+  // Stores the code page and registers `converters` in the order given (a
+  // repeated id keeps its first converter). `fallback` serves every id
+  // without a converter. Does not own the converters.
+  KelCharSetRegistry(int32_t osCodePage, std::initializer_list<Registration> converters,
+                     KelCharSetConverter* fallback);
+
+  int32_t osCodePage() const { return m_osCodePage; }
+
+  // The converter of `id`, with KelCS_OS_DEFAULT resolved to the operating
+  // system's code page; the fallback when there is none. Touches no cache.
+  KelCharSetConverter* lookUp(KelCharSet id) const;
+
+ private:
+  struct Entry {
+    bool registered;
+    KelCharSetConverter* converter;
+  };
+
+  int32_t m_osCodePage;
+  std::map<KelCharSet, Entry> m_converters;
+  KelCharSetConverter* m_fallback;
+};
+
+namespace kelulib {
+
+// The library's registry, built when the library is loaded.
+const KelCharSetRegistry& charSetRegistry();
+
+// The UTF-8 converter as cached by getConverter, filling the cache from a
+// direct look-up of KelCS_UTF8 when it is still empty.
+KelCharSetConverter* cachedUtf8Converter();
+
+// The operating system's converter as cached by getConverter, filling the
+// cache from a direct look-up of the stored code page when it is empty.
+KelCharSetConverter* cachedOsConverter();
+
+}  // namespace kelulib
+
+#endif  // KELULIB_CHARSET_REGISTRY_H_
