@@ -2,12 +2,24 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <string>
+
 namespace {
 
 struct LocaleRow {
   const char* locale;
   int32_t codePage;
 };
+
+// Test names from the locale: letters and digits kept, the rest as '_'.
+std::string localeTestName(const testing::TestParamInfo<LocaleRow>& info) {
+  std::string name = "L" + std::to_string(info.index) + "_";
+  for (const char* p = info.param.locale; *p != '\0'; ++p) {
+    name += std::isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
+  }
+  return name;
+}
 
 class CodePageFromLocaleName : public testing::TestWithParam<LocaleRow> {};
 
@@ -31,7 +43,8 @@ INSTANTIATE_TEST_SUITE_P(
         LocaleRow{"zh_CN.GBK", 936}, LocaleRow{"zh_CN.CP936", 936},
         LocaleRow{"zh_CN.GB18030", 54936}, LocaleRow{"zh_TW.BIG5", 950},
         LocaleRow{"ja_JP.SJIS", 932}, LocaleRow{"ja_JP.Shift_JIS", 932},
-        LocaleRow{"en_US.CP437", 437}, LocaleRow{"en_US.cp65001", 65001}));
+        LocaleRow{"en_US.CP437", 437}, LocaleRow{"en_US.cp65001", 65001}),
+    localeTestName);
 
 INSTANTIATE_TEST_SUITE_P(
     NoKnownCodeset, CodePageFromLocaleName,
@@ -39,7 +52,8 @@ INSTANTIATE_TEST_SUITE_P(
                     LocaleRow{"en_US", 20127}, LocaleRow{"en_US.", 20127},
                     LocaleRow{"en_US.ISO-8859-12", 20127}, LocaleRow{"en_US.KLINGON", 20127},
                     LocaleRow{"en_US.CP", 20127}, LocaleRow{"en_US.CP12a", 20127},
-                    LocaleRow{"de_DE@euro", 20127}));
+                    LocaleRow{"de_DE@euro", 20127}),
+    localeTestName);
 
 TEST(CodePageFromLocaleNameNull, NullNameIsAscii) {
   EXPECT_EQ(kelulib::codePageFromLocaleName(nullptr), kelulib::kAsciiCodePage);

@@ -1,0 +1,28 @@
+// Uses the library the way a C++ user does: one header, a converter by id,
+// a dynamic_cast across the library boundary, and a flat function.
+#include <KelULib.h>
+
+#include <cstdio>
+#include <cstring>
+
+int main() {
+  int failures = 0;
+  KelCharSetConverter* utf8 = KelCharSetConverter::getConverter(KelCS_UTF8);
+  if (dynamic_cast<KelCharSetConverterUTF8*>(utf8) == nullptr) {
+    std::puts("getConverter(KelCS_UTF8) is not a KelCharSetConverterUTF8");
+    ++failures;
+  }
+  wchar16 units[4];
+  if (utf8->toUTF16(units, "\xC3\xA9", 3, ILLCHAR_REPLACE, nullptr, -1) != 1 || units[0] != 0xE9) {
+    std::puts("UTF-8 C3 A9 did not decode to U+00E9");
+    ++failures;
+  }
+  char cp1252[4];
+  if (UTF8ToLocal(cp1252, "\xE2\x82\xAC", sizeof cp1252, KelCS_WCP1252) != 1 ||
+      std::strcmp(cp1252, "\x80") != 0) {
+    std::puts("UTF8ToLocal of the euro sign to 1252 did not give 0x80");
+    ++failures;
+  }
+  if (failures == 0) std::puts("consumer_cpp: ok");
+  return failures == 0 ? 0 : 1;
+}
