@@ -11,7 +11,7 @@ namespace {
 
 // Inputs up to this many bytes keep their UTF-16 intermediate on the stack;
 // longer ones take it from the heap (and give 0 if it cannot be had).
-constexpr size_t kStackInputBytes = 32 * 1024;
+constexpr size_t kStackInputBytes = size_t{32} * 1024;
 
 // The UTF-16 intermediate of a narrow input: (input length + 1) units, of
 // which the input length is the conversion's room.
@@ -61,7 +61,7 @@ void decodeUnitEscapes(wchar16* text, size_t length) {
   size_t read = 0;
   size_t write = 0;
   while (read < length) {
-    wchar16 unit;
+    wchar16 unit = 0;
     if (length - read >= kelulib::kUnitEscapeLength && kelulib::parseUnitEscape(text + read, &unit)) {
       text[write++] = unit;
       read += kelulib::kUnitEscapeLength;

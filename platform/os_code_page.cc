@@ -46,7 +46,7 @@ int32_t numberedCodePage(const std::string& codeset) {
   if (codeset.size() < 3 || codeset.size() > 7 || codeset.compare(0, 2, "CP") != 0) return 0;
   int32_t value = 0;
   for (size_t i = 2; i < codeset.size(); ++i) {
-    if (!std::isdigit(static_cast<unsigned char>(codeset[i]))) return 0;
+    if (std::isdigit(static_cast<unsigned char>(codeset[i])) == 0) return 0;
     value = value * 10 + (codeset[i] - '0');
   }
   return value;

@@ -8,7 +8,7 @@ namespace {
 
 // UTF-16 local text may sit at any address: read and write it bytewise.
 inline wchar16 loadUnit(const unsigned char* at) {
-  wchar16 unit;
+  wchar16 unit = 0;
   std::memcpy(&unit, at, sizeof unit);
   return unit;
 }
@@ -86,7 +86,7 @@ size_t KelCharSetConverterUTF16Esc::getNumUnits(void const* src, size_t srcBytes
   if (srcBytes == static_cast<size_t>(-1)) srcBytes = std::strlen(static_cast<const char*>(src));
   size_t count = 0;
   size_t at = 0;
-  wchar16 unit;
+  wchar16 unit = 0;
   while (at < srcBytes && bytes[at] != 0) {
     const bool escape = srcBytes - at >= kelulib::kUnitEscapeLength &&
                         kelulib::parseUnitEscape(bytes + at, &unit);
@@ -104,7 +104,7 @@ size_t KelCharSetConverterUTF16Esc::toUTF16(wchar16* dst, void const* src, size_
   size_t count = 0;
   size_t bytesRead = 0;
   while (count < dstUnits && in[bytesRead] != 0) {
-    wchar16 unit;
+    wchar16 unit = 0;
     if (kelulib::parseUnitEscape(in + bytesRead, &unit)) {
       bytesRead += kelulib::kUnitEscapeLength;
     } else {

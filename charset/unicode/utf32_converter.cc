@@ -11,7 +11,7 @@ constexpr size_t kValueSize = 4;
 
 // UTF-32 local text may sit at any address: read and write it bytewise.
 inline uint32_t loadValue(const unsigned char* at) {
-  uint32_t value;
+  uint32_t value = 0;
   std::memcpy(&value, at, sizeof value);
   return value;
 }
