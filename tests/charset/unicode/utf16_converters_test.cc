@@ -66,28 +66,6 @@ TEST_F(Utf16Converter, RegistryHandsOutTheUtf16ConverterFor1200) {
   EXPECT_EQ(dynamic_cast<KelCharSetConverterUTF16Esc*>(byNumber), nullptr);
 }
 
-TEST_F(Utf16Converter, UnitSizesAreTwoBytes) {
-  EXPECT_EQ(conv->getMinUnitSize(), 2u);
-  EXPECT_EQ(conv->getMaxUnitSize(), 2u);
-  EXPECT_EQ(conv->getNullCharSize(), 2u);
-}
-
-TEST_F(Utf16Converter, DirectFromUtf8IsNotOfferedAndWritesNothing) {
-  const unsigned char utf8[] = {'a', 0xC3, 0xA9, 0};
-  GuardedBuffer<unsigned char> out(16);
-  bool illegal = true;
-  EXPECT_EQ(conv->fromUTF8(out.data(), utf8, 8, ILLCHAR_REPLACE, &illegal), 0u);
-  EXPECT_TRUE(out.untouchedFrom(0));
-}
-
-TEST_F(Utf16Converter, DirectToUtf8IsNotOfferedAndWritesNothing) {
-  const char16_t src[] = {u'a', 0x00E9, 0};
-  GuardedBuffer<unsigned char> out(16);
-  bool illegal = true;
-  EXPECT_EQ(conv->toUTF8(out.data(), src, 8, ILLCHAR_REPLACE, &illegal), 0u);
-  EXPECT_TRUE(out.untouchedFrom(0));
-}
-
 // --- getNumUnits ---
 
 TEST_F(Utf16Converter, GetNumUnitsOfNullSourceIsZero) {
@@ -430,28 +408,6 @@ TEST_F(Utf16EscConverter, RegistryHandsOutTheEscapeConverterFor1202) {
   KelCharSetConverter* byNumber = KelCharSetConverter::getConverter(static_cast<KelCharSet>(1202));
   EXPECT_NE(dynamic_cast<KelCharSetConverterUTF16Esc*>(byNumber), nullptr);
   EXPECT_EQ(dynamic_cast<KelCharSetConverterUTF16*>(byNumber), nullptr);
-}
-
-TEST_F(Utf16EscConverter, UnitSizesAreOneSixOne) {
-  EXPECT_EQ(conv->getMinUnitSize(), 1u);
-  EXPECT_EQ(conv->getMaxUnitSize(), 6u);
-  EXPECT_EQ(conv->getNullCharSize(), 1u);
-}
-
-TEST_F(Utf16EscConverter, DirectFromUtf8IsNotOfferedAndWritesNothing) {
-  const unsigned char utf8[] = {'a', 0xC3, 0xA9, 0};
-  GuardedBuffer<unsigned char> out(16);
-  bool illegal = true;
-  EXPECT_EQ(conv->fromUTF8(out.data(), utf8, 8, ILLCHAR_REPLACE, &illegal), 0u);
-  EXPECT_TRUE(out.untouchedFrom(0));
-}
-
-TEST_F(Utf16EscConverter, DirectToUtf8IsNotOfferedAndWritesNothing) {
-  const char src[] = "aU+00E9";
-  GuardedBuffer<unsigned char> out(16);
-  bool illegal = true;
-  EXPECT_EQ(conv->toUTF8(out.data(), src, 8, ILLCHAR_REPLACE, &illegal), 0u);
-  EXPECT_TRUE(out.untouchedFrom(0));
 }
 
 // --- getNumUnits ---

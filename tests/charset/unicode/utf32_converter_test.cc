@@ -107,12 +107,6 @@ TEST_F(Utf32Converter, RegistryHandsOutTheUtf32ConverterFor12000) {
   EXPECT_NE(dynamic_cast<KelCharSetConverterUTF32*>(byNumber), nullptr);
 }
 
-TEST_F(Utf32Converter, UnitSizesAreFourBytes) {
-  EXPECT_EQ(conv->getMinUnitSize(), 4u);
-  EXPECT_EQ(conv->getMaxUnitSize(), 4u);
-  EXPECT_EQ(conv->getNullCharSize(), 4u);
-}
-
 // --- getNumUnits ---
 
 TEST_F(Utf32Converter, GetNumUnitsOfNullSourceIsZero) {

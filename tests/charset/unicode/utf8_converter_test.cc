@@ -180,31 +180,6 @@ TEST(Utf8ConverterBasics, RegistryServesTheUtf8ConverterClass) {
   EXPECT_NE(dynamic_cast<KelCharSetConverterUTF8*>(converter), nullptr);
 }
 
-TEST(Utf8ConverterBasics, UnitSizesAreOneThreeOne) {
-  const KelCharSetConverter* converter = utf8();
-  EXPECT_EQ(converter->getMinUnitSize(), 1u);
-  EXPECT_EQ(converter->getMaxUnitSize(), 3u);
-  EXPECT_EQ(converter->getNullCharSize(), 1u);
-}
-
-TEST(Utf8ConverterBasics, DirectToUtf8IsNotOffered) {
-  const std::u16string source = u"abc";
-  GuardedBuffer<unsigned char> out(16);
-  bool illegal = false;
-  EXPECT_EQ(utf8()->toUTF8(out.data(), source.c_str(), 15, ILLCHAR_REPLACE, &illegal), 0u);
-  EXPECT_TRUE(out.untouchedFrom(0));
-}
-
-TEST(Utf8ConverterBasics, DirectFromUtf8IsNotOffered) {
-  const std::string source = "abc";
-  GuardedBuffer<unsigned char> out(16);
-  bool illegal = false;
-  EXPECT_EQ(utf8()->fromUTF8(out.data(), reinterpret_cast<const unsigned char*>(source.c_str()),
-                             source.size(), ILLCHAR_REPLACE, &illegal),
-            0u);
-  EXPECT_TRUE(out.untouchedFrom(0));
-}
-
 // ---------------------------------------------------------------------------
 // getNumUnits: characters in UTF-8 text, one per lead byte.
 
