@@ -7,14 +7,14 @@ KelCharSetRegistry::KelCharSetRegistry(int32_t osCodePage,
                                        KelCharSetConverter* fallback)
     : m_osCodePage(osCodePage), m_fallback(fallback) {
   for (const Registration& registration : converters) {
-    m_converters.emplace(registration.id, Entry{true, registration.converter});
+    m_converters.emplace(registration.id, registration.converter);
   }
 }
 
 KelCharSetConverter* KelCharSetRegistry::lookUp(KelCharSet id) const {
   if (id == KelCS_OS_DEFAULT) id = static_cast<KelCharSet>(m_osCodePage);
   const auto found = m_converters.find(id);
-  return found != m_converters.end() ? found->second.converter : m_fallback;
+  return found != m_converters.end() ? found->second : m_fallback;
 }
 
 namespace {

@@ -29,13 +29,8 @@ class KelCharSetRegistry {
   KelCharSetConverter* lookUp(KelCharSet id) const;
 
  private:
-  struct Entry {
-    bool registered;
-    KelCharSetConverter* converter;
-  };
-
   int32_t m_osCodePage;
-  std::map<KelCharSet, Entry> m_converters;
+  std::map<KelCharSet, KelCharSetConverter*> m_converters;
   KelCharSetConverter* m_fallback;
 };
 

@@ -11,15 +11,9 @@
 namespace kelulib {
 
 constexpr size_t kRecord16Size = 4;
-constexpr size_t kRecord32Size = 6;
 
 inline uint16_t readLittleEndian16(const unsigned char* at) {
   return static_cast<uint16_t>(at[0] | at[1] << 8);
-}
-
-inline uint32_t readLittleEndian32(const unsigned char* at) {
-  return static_cast<uint32_t>(at[0]) | static_cast<uint32_t>(at[1]) << 8 |
-         static_cast<uint32_t>(at[2]) << 16 | static_cast<uint32_t>(at[3]) << 24;
 }
 
 struct MappingRecord16 {

@@ -1,0 +1,54 @@
+#!/usr/bin/env python3
+"""Writes the small tables that the internal tests embed in place of the
+library's mapping tables (tests/resources/), in the library's table format:
+little-endian 4-byte records (code, UTF-16 unit) ended by an all-zero record.
+
+Python 3 standard library only. Regenerate with tools/make_test_tables.py;
+do not edit the outputs by hand.
+
+Usage: tools/make_test_tables.py [OUTPUT_DIR]   (default: tests/resources)
+"""
+import pathlib
+import struct
+import sys
+
+# Records of "SYNTH-SBCS", in this order (what each one exercises):
+SYNTH_SBCS = [
+    (0x0041, 0x0041),  # A <-> U+0041
+    (0x00C0, 0x2603),  # code 0xC0, replaced below
+    (0x0080, 0x20AC),  # U+20AC, reverse replaced below
+    (0x0181, 0x00E9),  # high byte of the code ignored: byte 0x81 <-> U+00E9
+    (0x0082, 0x20AC),  # same unit again: 0x82 is what U+20AC converts to
+    (0x00C0, 0x2604),  # same code again: 0xC0 converts to U+2604
+    (0x00FF, 0x0000),  # unit 0: byte 0xFF stays unmapped (not a terminator)
+    (0x0100, 0x0000),  # code byte 0 and unit 0: ends the table
+    (0x0042, 0x0042),  # after the end: never read
+]
+
+# Records of "SYNTH-UNTERMINATED": no terminator record, and two stray bytes
+# after the last whole record.
+SYNTH_UNTERMINATED = [(0x0061, 0x0391), (0x0062, 0x0392)]
+
+
+def records(pairs, terminated=True):
+    data = b"".join(struct.pack("<HH", code, unit) for code, unit in pairs)
+    return data + (struct.pack("<HH", 0, 0) if terminated else b"")
+
+
+def main():
+    out = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else "tests/resources")
+    out.mkdir(parents=True, exist_ok=True)
+    files = {
+        "SYNTH-SBCS": records(SYNTH_SBCS),
+        "SYNTH-UNTERMINATED": records(SYNTH_UNTERMINATED, terminated=False) + b"\x63\x00",
+        # Plain files for the embedding itself: text, binary, empty.
+        "THREE": b"ABC",
+        "BINARY-4": bytes([0x00, 0x01, 0xFE, 0xFF]),
+        "EMPTY": b"",
+    }
+    for name, data in files.items():
+        (out / name).write_bytes(data)
+
+
+if __name__ == "__main__":
+    main()
