@@ -165,17 +165,73 @@ const char* const kAsciiTransparentReason =
     "this process resolved KelCS_OS_DEFAULT to another converter";
 
 // ===========================================================================
-// LocalToUTF8
+// Null pointers: every converting function returns 0 for a null dst or a
+// null src, and writes nothing.
 
-TEST(BufferConversionLocalToUTF8, NullDstReturnsZero) {
-  EXPECT_EQ(LocalToUTF8(nullptr, "abc", 8, KelCS_WCP1252), 0u);
+struct FlatConversion {
+  const char* name;
+  // Calls the function with `dst` (room for 8 units of its output) and the
+  // source "abc" in its input form, or a null source.
+  size_t (*call)(void* dst, bool withSource);
+};
+
+const FlatConversion kFlatConversions[] = {
+    {"LocalToUTF8",
+     [](void* dst, bool withSource) {
+       return LocalToUTF8(static_cast<char*>(dst), withSource ? "abc" : nullptr, 8, KelCS_WCP1252);
+     }},
+    {"UTF8ToLocal",
+     [](void* dst, bool withSource) {
+       return UTF8ToLocal(static_cast<char*>(dst), withSource ? "abc" : nullptr, 8, KelCS_WCP1252);
+     }},
+    {"LocalToUTF16",
+     [](void* dst, bool withSource) {
+       return LocalToUTF16(static_cast<wchar16*>(dst), withSource ? "abc" : nullptr, 8,
+                           KelCS_WCP1252);
+     }},
+    {"UTF16ToLocal",
+     [](void* dst, bool withSource) {
+       return UTF16ToLocal(static_cast<char*>(dst), withSource ? u"abc" : nullptr, 8,
+                           KelCS_WCP1252);
+     }},
+    {"UTF8ToUTF16",
+     [](void* dst, bool withSource) {
+       return UTF8ToUTF16(static_cast<wchar16*>(dst), withSource ? "abc" : nullptr, 8);
+     }},
+    {"UTF16ToUTF8",
+     [](void* dst, bool withSource) {
+       return UTF16ToUTF8(static_cast<char*>(dst), withSource ? u"abc" : nullptr, 8);
+     }},
+    {"LocalPathToUTF8",
+     [](void* dst, bool withSource) {
+       return LocalPathToUTF8(static_cast<char*>(dst), withSource ? "abc" : nullptr, 8);
+     }},
+    {"UTF8ToLocalPath",
+     [](void* dst, bool withSource) {
+       return UTF8ToLocalPath(static_cast<char*>(dst), withSource ? "abc" : nullptr, 8);
+     }},
+};
+
+class BufferConversionNullPointers : public testing::TestWithParam<FlatConversion> {};
+
+TEST_P(BufferConversionNullPointers, NullDstReturnsZero) {
+  EXPECT_EQ(GetParam().call(nullptr, true), 0u);
 }
 
-TEST(BufferConversionLocalToUTF8, NullSrcReturnsZeroAndWritesNothing) {
-  GuardedBuffer<char> dst(8);
-  EXPECT_EQ(LocalToUTF8(dst.data(), nullptr, 8, KelCS_WCP1252), 0u);
+TEST_P(BufferConversionNullPointers, NullSrcReturnsZeroAndWritesNothing) {
+  GuardedBuffer<wchar16> dst(8);
+  EXPECT_EQ(GetParam().call(dst.data(), false), 0u);
   EXPECT_TRUE(dst.untouchedFrom(0));
 }
+
+INSTANTIATE_TEST_SUITE_P(EveryConvertingFunction, BufferConversionNullPointers,
+                         testing::ValuesIn(kFlatConversions),
+                         [](const testing::TestParamInfo<FlatConversion>& info) {
+                           return std::string(info.param.name);
+                         });
+
+// ===========================================================================
+// LocalToUTF8
 
 TEST(BufferConversionLocalToUTF8, DstSizeZeroReturnsZeroAndWritesNothing) {
   GuardedBuffer<char> dst(0);
@@ -409,16 +465,6 @@ TEST(BufferConversionLocalToUTF8, InputsAroundTheStackScratchLimitAreConvertedWh
 
 // ===========================================================================
 // UTF8ToLocal
-
-TEST(BufferConversionUTF8ToLocal, NullDstReturnsZero) {
-  EXPECT_EQ(UTF8ToLocal(nullptr, "abc", 8, KelCS_WCP1252), 0u);
-}
-
-TEST(BufferConversionUTF8ToLocal, NullSrcReturnsZeroAndWritesNothing) {
-  GuardedBuffer<char> dst(8);
-  EXPECT_EQ(UTF8ToLocal(dst.data(), nullptr, 8, KelCS_WCP1252), 0u);
-  EXPECT_TRUE(dst.untouchedFrom(0));
-}
 
 TEST(BufferConversionUTF8ToLocal, DstSizeBelowNullSizeReturnsZeroAndWritesNothing) {
   struct Row {
@@ -680,16 +726,6 @@ TEST(BufferConversionUTF8ToLocal, InputsAroundTheStackScratchLimitAreConvertedWh
 // ===========================================================================
 // LocalToUTF16
 
-TEST(BufferConversionLocalToUTF16, NullDstReturnsZero) {
-  EXPECT_EQ(LocalToUTF16(nullptr, "abc", 8, KelCS_WCP1252), 0u);
-}
-
-TEST(BufferConversionLocalToUTF16, NullSrcReturnsZeroAndWritesNothing) {
-  GuardedBuffer<wchar16> dst(8);
-  EXPECT_EQ(LocalToUTF16(dst.data(), nullptr, 8, KelCS_WCP1252), 0u);
-  EXPECT_TRUE(dst.untouchedFrom(0));
-}
-
 TEST(BufferConversionLocalToUTF16, DstSizeZeroReturnsZeroAndWritesNothing) {
   GuardedBuffer<wchar16> dst(0);
   EXPECT_EQ(LocalToUTF16(dst.data(), "abc", 0, KelCS_WCP1252), 0u);
@@ -835,16 +871,6 @@ TEST(BufferConversionLocalToUTF16, LongInputIsConvertedWhole) {
 
 // ===========================================================================
 // UTF16ToLocal
-
-TEST(BufferConversionUTF16ToLocal, NullDstReturnsZero) {
-  EXPECT_EQ(UTF16ToLocal(nullptr, u"abc", 8, KelCS_WCP1252), 0u);
-}
-
-TEST(BufferConversionUTF16ToLocal, NullSrcReturnsZeroAndWritesNothing) {
-  GuardedBuffer<char> dst(8);
-  EXPECT_EQ(UTF16ToLocal(dst.data(), nullptr, 8, KelCS_WCP1252), 0u);
-  EXPECT_TRUE(dst.untouchedFrom(0));
-}
 
 TEST(BufferConversionUTF16ToLocal, DstSizeBelowNullSizeReturnsZeroAndWritesNothing) {
   struct Row {
@@ -995,16 +1021,6 @@ TEST(BufferConversionUTF16ToLocal, NegativeDstSizeIsUnboundedRoom) {
 // ===========================================================================
 // UTF8ToUTF16
 
-TEST(BufferConversionUTF8ToUTF16, NullDstReturnsZero) {
-  EXPECT_EQ(UTF8ToUTF16(nullptr, "abc", 8), 0u);
-}
-
-TEST(BufferConversionUTF8ToUTF16, NullSrcReturnsZeroAndWritesNothing) {
-  GuardedBuffer<wchar16> dst(8);
-  EXPECT_EQ(UTF8ToUTF16(dst.data(), nullptr, 8), 0u);
-  EXPECT_TRUE(dst.untouchedFrom(0));
-}
-
 TEST(BufferConversionUTF8ToUTF16, DstSizeZeroReturnsZeroAndWritesNothing) {
   GuardedBuffer<wchar16> dst(0);
   EXPECT_EQ(UTF8ToUTF16(dst.data(), "abc", 0), 0u);
@@ -1074,16 +1090,6 @@ TEST(BufferConversionUTF8ToUTF16, LongInputIsConvertedWhole) {
 // ===========================================================================
 // UTF16ToUTF8
 
-TEST(BufferConversionUTF16ToUTF8, NullDstReturnsZero) {
-  EXPECT_EQ(UTF16ToUTF8(nullptr, u"abc", 8), 0u);
-}
-
-TEST(BufferConversionUTF16ToUTF8, NullSrcReturnsZeroAndWritesNothing) {
-  GuardedBuffer<char> dst(8);
-  EXPECT_EQ(UTF16ToUTF8(dst.data(), nullptr, 8), 0u);
-  EXPECT_TRUE(dst.untouchedFrom(0));
-}
-
 TEST(BufferConversionUTF16ToUTF8, DstSizeZeroReturnsZeroAndWritesNothing) {
   GuardedBuffer<char> dst(0);
   EXPECT_EQ(UTF16ToUTF8(dst.data(), u"abc", 0), 0u);
@@ -1147,16 +1153,6 @@ TEST(BufferConversionUTF16ToUTF8, UnpairedLowSurrogateIsEncodedAsItIs) {
 
 // ===========================================================================
 // LocalPathToUTF8
-
-TEST(BufferConversionLocalPathToUTF8, NullDstReturnsZero) {
-  EXPECT_EQ(LocalPathToUTF8(nullptr, "abc", 8), 0u);
-}
-
-TEST(BufferConversionLocalPathToUTF8, NullSrcReturnsZeroAndWritesNothing) {
-  GuardedBuffer<char> dst(8);
-  EXPECT_EQ(LocalPathToUTF8(dst.data(), nullptr, 8), 0u);
-  EXPECT_TRUE(dst.untouchedFrom(0));
-}
 
 TEST(BufferConversionLocalPathToUTF8, DstSizeZeroReturnsZeroAndWritesNothing) {
   GuardedBuffer<char> dst(0);
@@ -1321,16 +1317,6 @@ TEST(BufferConversionLocalPathToUTF8, Windows1252CodePageHasNoLatin1Fallback) {
 
 // ===========================================================================
 // UTF8ToLocalPath
-
-TEST(BufferConversionUTF8ToLocalPath, NullDstReturnsZero) {
-  EXPECT_EQ(UTF8ToLocalPath(nullptr, "abc", 8), 0u);
-}
-
-TEST(BufferConversionUTF8ToLocalPath, NullSrcReturnsZeroAndWritesNothing) {
-  GuardedBuffer<char> dst(8);
-  EXPECT_EQ(UTF8ToLocalPath(dst.data(), nullptr, 8), 0u);
-  EXPECT_TRUE(dst.untouchedFrom(0));
-}
 
 TEST(BufferConversionUTF8ToLocalPath, DstSizeBelowNullSizeReturnsZeroAndWritesNothing) {
   if (!osIsAsciiTransparent()) GTEST_SKIP() << kAsciiTransparentReason;
