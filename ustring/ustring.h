@@ -17,9 +17,10 @@
 // maximum string length"); both are thrown before anything changes. Out of
 // memory throws std::bad_alloc. Null text pointers mean empty text.
 //
-// Default arguments. Narrow character sets default to KelCS_OS_DEFAULT;
-// counts that mean "to the end" default to npos. Repeat counts and rooms
-// never have a default.
+// Default arguments. Narrow character sets default to KelCS_OS_DEFAULT,
+// except in the counted narrow constructor, where a default would let
+// KelUString(text, 1252) compile as a byte count; counts that mean "to the
+// end" default to npos. Repeat counts and rooms never have a default.
 //
 // Pointers handed out (c_wstr, begin, c_str, at_utf32) stay valid until the
 // next change of the string. A string is not safe for concurrent use, not

@@ -258,6 +258,27 @@ TEST(KelUStringNarrow, PascalOfLengthZeroOrNullGivesEmpty) {
   EXPECT_TRUE(KelUString(static_cast<const KelPascalString*>(nullptr), KelCS_UTF8).empty());
 }
 
+TEST(KelUStringNarrow, AssignByteReadsItInCharSet) {
+  InspectableString s(u"old");
+  s.c_str(KelCS_UTF8);
+  s.assign('\x80', KelCS_WCP1252);
+  EXPECT_EQ(textOf(s), u"\u20ac");
+  EXPECT_EQ(s.narrowCache(), nullptr);
+}
+
+TEST(KelUStringNarrow, AssignRepeatedByteReadsThemInCharSet) {
+  InspectableString s(lettersOfLength(400).c_str());
+  s.assign('\xe9', 3, KelCS_ISO_8859_1);
+  EXPECT_EQ(textOf(s), u"\u00e9\u00e9\u00e9");
+  EXPECT_EQ(s.allocSize(), 257u);
+}
+
+TEST(KelUStringNarrow, AssignByteZeroEmpties) {
+  KelUString s(u"old");
+  s.assign('\0', KelCS_UTF8);
+  EXPECT_TRUE(s.empty());
+}
+
 // --- The narrow cache -------------------------------------------------------
 
 TEST(KelUStringNarrowCache, SecondCStrReturnsSamePointer) {
