@@ -15,9 +15,34 @@
 
 namespace {
 
-// 1. Table-driven converters.
+// 1. Table-driven converters: the single-byte sets on compiled-in tables,
+// then those on mapping tables, each found by the table name it is given.
 KelCharSetConverterSBCS g_windows1252(kelulib::kWindows1252ToUnicode, KelCS_WCP1252);
 KelCharSetConverterSBCS g_iso88591(kelulib::kIso88591ToUnicode, KelCS_ISO_8859_1);
+KelCharSetConverterSBCS g_windows1250("CP1250", KelCS_WCP1250);
+KelCharSetConverterSBCS g_windows1251("CP1251", KelCS_WCP1251);
+KelCharSetConverterSBCS g_windows1253("CP1253", KelCS_WCP1253);
+KelCharSetConverterSBCS g_windows1254("CP1254", KelCS_WCP1254);
+KelCharSetConverterSBCS g_windows1255("CP1255", KelCS_WCP1255);
+KelCharSetConverterSBCS g_windows1256("CP1256", KelCS_WCP1256);
+KelCharSetConverterSBCS g_windows1257("CP1257", KelCS_WCP1257);
+KelCharSetConverterSBCS g_windows1258("CP1258", KelCS_WCP1258);
+KelCharSetConverterSBCS g_windows874("CP874", KelCS_WCP874);
+KelCharSetConverterSBCS g_iso88592("8859-2", KelCS_ISO_8859_2);
+KelCharSetConverterSBCS g_iso88593("8859-3", KelCS_ISO_8859_3);
+KelCharSetConverterSBCS g_iso88594("8859-4", KelCS_ISO_8859_4);
+KelCharSetConverterSBCS g_iso88595("8859-5", KelCS_ISO_8859_5);
+KelCharSetConverterSBCS g_iso88596("8859-6", KelCS_ISO_8859_6);
+KelCharSetConverterSBCS g_iso88597("8859-7", KelCS_ISO_8859_7);
+KelCharSetConverterSBCS g_iso88598("8859-8", KelCS_ISO_8859_8);
+KelCharSetConverterSBCS g_iso88599("8859-9", KelCS_ISO_8859_9);
+KelCharSetConverterSBCS g_iso885910("8859-10", KelCS_ISO_8859_10);
+KelCharSetConverterSBCS g_iso885911("8859-11", KelCS_ISO_8859_11);
+KelCharSetConverterSBCS g_iso885913("8859-13", KelCS_ISO_8859_13);
+KelCharSetConverterSBCS g_iso885914("8859-14", KelCS_ISO_8859_14);
+KelCharSetConverterSBCS g_iso885915("8859-15", KelCS_ISO_8859_15);
+KelCharSetConverterSBCS g_iso885916("8859-16", KelCS_ISO_8859_16);
+KelCharSetConverterSBCS g_koi8r("KOI8R", KelCS_KOI8R);
 
 // 2. Algorithmic converters.
 KelCharSetConverterUTF8 g_utf8;
@@ -29,8 +54,32 @@ KelCharSetConverterUTF16Esc g_utf16Esc;
 // library yet fall back to UTF-8 like every id without a converter.
 KelCharSetRegistry g_registry(kelulib::readOsCodePage(),
                               {
+                                  {KelCS_WCP1250, &g_windows1250},
+                                  {KelCS_WCP1251, &g_windows1251},
                                   {KelCS_WCP1252, &g_windows1252},
+                                  {KelCS_WCP1253, &g_windows1253},
+                                  {KelCS_WCP1254, &g_windows1254},
+                                  {KelCS_WCP1255, &g_windows1255},
+                                  {KelCS_WCP1256, &g_windows1256},
+                                  {KelCS_WCP1257, &g_windows1257},
+                                  {KelCS_WCP1258, &g_windows1258},
+                                  {KelCS_WCP874, &g_windows874},
                                   {KelCS_ISO_8859_1, &g_iso88591},
+                                  {KelCS_ISO_8859_2, &g_iso88592},
+                                  {KelCS_ISO_8859_3, &g_iso88593},
+                                  {KelCS_ISO_8859_4, &g_iso88594},
+                                  {KelCS_ISO_8859_5, &g_iso88595},
+                                  {KelCS_ISO_8859_6, &g_iso88596},
+                                  {KelCS_ISO_8859_7, &g_iso88597},
+                                  {KelCS_ISO_8859_8, &g_iso88598},
+                                  {KelCS_ISO_8859_9, &g_iso88599},
+                                  {KelCS_ISO_8859_10, &g_iso885910},
+                                  {KelCS_ISO_8859_11, &g_iso885911},
+                                  {KelCS_ISO_8859_13, &g_iso885913},
+                                  {KelCS_ISO_8859_14, &g_iso885914},
+                                  {KelCS_ISO_8859_15, &g_iso885915},
+                                  {KelCS_ISO_8859_16, &g_iso885916},
+                                  {KelCS_KOI8R, &g_koi8r},
                                   {KelCS_UTF8, &g_utf8},
                                   {KelCS_UTF16, &g_utf16},
                                   {KelCS_UTF32, &g_utf32},

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Writes the small tables that the internal tests embed in place of the
 library's mapping tables (tests/resources/), in the library's table format:
-little-endian 4-byte records (code, UTF-16 unit) ended by an all-zero record.
+little-endian 4-byte records (code, UTF-16 unit), or 6-byte records (code,
+32-bit Unicode scalar), ended by an all-zero record.
 
 Python 3 standard library only. Regenerate with tools/make_test_tables.py;
 do not edit the outputs by hand.
@@ -29,10 +30,42 @@ SYNTH_SBCS = [
 # after the last whole record.
 SYNTH_UNTERMINATED = [(0x0061, 0x0391), (0x0062, 0x0392)]
 
+# Records of "SYNTH-DBCS" (4-byte records), in this order:
+SYNTH_DBCS = [
+    (0x9F40, 0x5000),  # a pair before lower codes: no order is assumed
+    (0x8140, 0x3000),  # pair <-> U+3000
+    (0x0041, 0x0041),  # single byte A <-> U+0041
+    (0x8142, 0x4E00),  # code 0x8142, replaced below
+    (0x8150, 0x20AC),  # U+20AC, reverse replaced below
+    (0x0080, 0x20AC),  # same unit again: 0x80 is what U+20AC converts to
+    (0x8142, 0x4E01),  # same code again: 0x8142 converts to U+4E01
+    (0x0100, 0x0000),  # unit 0 but code not 0: not the end
+    (0x0000, 0x0042),  # code 0 but unit not 0: not the end
+    (0xFEFE, 0xFFFF),  # highest code and unit
+    (0x0000, 0x0000),  # ends the table
+    (0x8160, 0x5555),  # after the end: never read
+]
 
-def records(pairs, terminated=True):
-    data = b"".join(struct.pack("<HH", code, unit) for code, unit in pairs)
-    return data + (struct.pack("<HH", 0, 0) if terminated else b"")
+# Records of "SYNTH-DBCS-EX" (6-byte records, 32-bit scalars), in this order:
+SYNTH_DBCS_EX = [
+    (0x8141, 0x20000),     # plane 2 <-> pair
+    (0x8140, 0x3000),      # BMP <-> pair
+    (0x0041, 0x0041),      # single byte A <-> U+0041
+    (0x8142, 0x10FFFF),    # last scalar of plane 16
+    (0x8143, 0x110000),    # beyond plane 16: code -> scalar only
+    (0x8144, 0xFFFFFFFF),  # far beyond: code -> scalar only
+    (0x8145, 0x2A6B2),     # scalar U+2A6B2, reverse replaced below
+    (0x8146, 0x2A6B2),     # same scalar again: U+2A6B2 converts to 0x8146
+    (0x8147, 0x1F600),     # code 0x8147, replaced below
+    (0x8147, 0x1F601),     # same code again: 0x8147 converts to U+1F601
+    (0x0000, 0x0000),      # ends the table
+    (0x8148, 0x3042),      # after the end: never read
+]
+
+
+def records(pairs, terminated=True, record="<HH"):
+    data = b"".join(struct.pack(record, code, unit) for code, unit in pairs)
+    return data + (struct.pack(record, 0, 0) if terminated else b"")
 
 
 def main():
@@ -41,6 +74,8 @@ def main():
     files = {
         "SYNTH-SBCS": records(SYNTH_SBCS),
         "SYNTH-UNTERMINATED": records(SYNTH_UNTERMINATED, terminated=False) + b"\x63\x00",
+        "SYNTH-DBCS": records(SYNTH_DBCS, terminated=False),
+        "SYNTH-DBCS-EX": records(SYNTH_DBCS_EX, terminated=False, record="<HI"),
         # Plain files for the embedding itself: text, binary, empty.
         "THREE": b"ABC",
         "BINARY-4": bytes([0x00, 0x01, 0xFE, 0xFF]),

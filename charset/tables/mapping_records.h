@@ -10,22 +10,46 @@
 
 namespace kelulib {
 
-constexpr size_t kRecord16Size = 4;
-
-inline uint16_t readLittleEndian16(const unsigned char* at) {
-  return static_cast<uint16_t>(at[0] | at[1] << 8);
+// The little-endian unsigned integer of type Unsigned stored at `at`.
+template <typename Unsigned>
+Unsigned readLittleEndian(const unsigned char* at) {
+  Unsigned value = 0;
+  for (size_t i = sizeof(Unsigned); i > 0; --i) {
+    value = static_cast<Unsigned>(value << 8 | at[i - 1]);
+  }
+  return value;
 }
 
-struct MappingRecord16 {
+// A record: the code (uint16), then the Unicode value, an unsigned integer
+// of type UnicodeValue (uint16 for the 16/16 form, uint32 for 16/32).
+template <typename UnicodeValue>
+struct MappingRecord {
+  using Unicode = UnicodeValue;
+  static constexpr size_t kSize = sizeof(uint16_t) + sizeof(Unicode);
+
+  // Record `index` of a table (the caller keeps index below size / kSize).
+  static MappingRecord at(const unsigned char* table, size_t index) {
+    const unsigned char* record = table + index * kSize;
+    const unsigned char* value = record + sizeof(uint16_t);
+    return {readLittleEndian<uint16_t>(record), readLittleEndian<Unicode>(value)};
+  }
+
   uint16_t code;
-  uint16_t unicode;
+  Unicode unicode;
 };
 
-// Record `index` of a 16/16 table (the caller keeps index below
-// size / kRecord16Size).
-inline MappingRecord16 record16At(const unsigned char* table, size_t index) {
-  const unsigned char* at = table + index * kRecord16Size;
-  return {readLittleEndian16(at), readLittleEndian16(at + 2)};
+using MappingRecord16 = MappingRecord<uint16_t>;
+using MappingRecord32 = MappingRecord<uint32_t>;
+
+// Calls visit(record) for each whole record of `table` (`size` bytes), in
+// order, until visit returns false. Stray bytes after the last whole record
+// are ignored.
+template <typename Record, typename Visit>
+void forEachRecord(const unsigned char* table, size_t size, Visit visit) {
+  const size_t count = size / Record::kSize;
+  for (size_t index = 0; index < count; ++index) {
+    if (!visit(Record::at(table, index))) return;
+  }
 }
 
 }  // namespace kelulib

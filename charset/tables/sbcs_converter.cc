@@ -50,15 +50,15 @@ void KelCharSetConverterSBCS::loadFromMappingTable() {
     delete reverse;
     return;
   }
-  const size_t records = bytes.size / kelulib::kRecord16Size;
-  for (size_t i = 0; i < records; ++i) {
-    const kelulib::MappingRecord16 record = kelulib::record16At(bytes.data, i);
-    // Only the low byte of the code is the character's byte.
-    const auto code = static_cast<unsigned char>(record.code & 0xFF);
-    if (code == 0 && record.unicode == 0) break;
-    table[code] = record.unicode;
-    reverse->set(record.unicode, code);  // a failed page allocation drops this entry only
-  }
+  kelulib::forEachRecord<kelulib::MappingRecord16>(
+      bytes.data, bytes.size, [table, reverse](kelulib::MappingRecord16 record) {
+        // Only the low byte of the code is the character's byte.
+        const auto code = static_cast<unsigned char>(record.code & 0xFF);
+        if (code == 0 && record.unicode == 0) return false;
+        table[code] = record.unicode;
+        reverse->set(record.unicode, code);  // a failed page allocation drops this entry only
+        return true;
+      });
   m_fromUnicode.store(reverse, std::memory_order_release);
   m_toUnicode.store(table, std::memory_order_release);
 }

@@ -1,112 +1,19 @@
-// KelCharSetConverterSBCS on its two compiled-in tables, Windows-1252 and
-// ISO 8859-1, against glibc iconv as the oracle.
+// KelCharSetConverterSBCS's conversion rules, on the converters of its two
+// compiled-in tables, Windows-1252 and ISO 8859-1, and on one whose mapping
+// table is not in the library. (Every code page's mapping is compared with
+// iconv in sbcs_code_pages_test.cc.)
 #include <KelULib.h>
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "tests/support/guarded_buffer.h"
-#include "tests/support/iconv_oracle.h"
 
 namespace {
 
 using kelulib_test::GuardedBuffer;
 
-struct SingleByteSet {
-  KelCharSet id;
-  const char* iconvName;
-};
-
-constexpr SingleByteSet kWindows1252{KelCS_WCP1252, "CP1252"};
-constexpr SingleByteSet kIso88591{KelCS_ISO_8859_1, "ISO-8859-1"};
-
 KelCharSetConverter* converterOf(KelCharSet id) { return KelCharSetConverter::getConverter(id); }
-
-std::string setName(const testing::TestParamInfo<SingleByteSet>& info) {
-  return "Id" + std::to_string(static_cast<int>(info.param.id));
-}
-
-class SbcsConverterTable : public testing::TestWithParam<SingleByteSet> {};
-
-// Every byte alone, compared with iconv: mapped bytes give iconv's unit,
-// bytes iconv rejects give U+FFFD with the flag set.
-TEST_P(SbcsConverterTable, EveryByteToUtf16MatchesIconv) {
-  KelCharSetConverter* converter = converterOf(GetParam().id);
-  for (int byte = 1; byte < 256; ++byte) {
-    const std::string input(1, static_cast<char>(byte));
-    const auto expected = kelulib_test::iconvConvert(input, GetParam().iconvName, "UTF-16LE");
-    GuardedBuffer<wchar16> out(2);
-    bool illegal = false;
-    ASSERT_EQ(converter->toUTF16(out.data(), input.c_str(), 1, ILLCHAR_REPLACE, &illegal, -1), 1u);
-    if (expected) {
-      EXPECT_EQ(out[0], kelulib_test::bytesToUnits(*expected).at(0)) << "byte " << byte;
-      EXPECT_FALSE(illegal) << "byte " << byte;
-    } else {
-      EXPECT_EQ(out[0], 0xFFFD) << "byte " << byte;
-      EXPECT_TRUE(illegal) << "byte " << byte;
-    }
-    EXPECT_EQ(out[1], 0);
-    EXPECT_TRUE(out.guardsIntact());
-  }
-}
-
-// Every UTF-16 unit alone, compared with iconv: a unit iconv cannot write
-// in the set becomes "?" here.
-TEST_P(SbcsConverterTable, EveryUnitFromUtf16MatchesIconv) {
-  KelCharSetConverter* converter = converterOf(GetParam().id);
-  for (unsigned unit = 1; unit < 0x10000; ++unit) {
-    const std::u16string input(1, static_cast<char16_t>(unit));
-    std::optional<std::string> expected;
-    if (unit < 0xD800 || unit > 0xDFFF) {
-      expected = kelulib_test::iconvConvert(kelulib_test::unitsToBytes(input), "UTF-16LE",
-                                            GetParam().iconvName);
-    }
-    GuardedBuffer<char> out(2);
-    ASSERT_EQ(converter->fromUTF16(out.data(), input.c_str(), 1, ILLCHAR_REPLACE, nullptr), 1u);
-    EXPECT_EQ(out[0], expected ? (*expected)[0] : '?') << "unit " << unit;
-    EXPECT_EQ(out[1], '\0');
-    EXPECT_TRUE(out.guardsIntact());
-  }
-}
-
-TEST_P(SbcsConverterTable, AllBytesRoundTrip) {
-  KelCharSetConverter* converter = converterOf(GetParam().id);
-  std::string bytes;
-  for (int byte = 1; byte < 256; ++byte) {
-    if (kelulib_test::iconvConvert(std::string(1, static_cast<char>(byte)), GetParam().iconvName,
-                                   "UTF-16LE")) {
-      bytes += static_cast<char>(byte);
-    }
-  }
-  GuardedBuffer<wchar16> units(bytes.size() + 1);
-  ASSERT_EQ(converter->toUTF16(units.data(), bytes.c_str(), bytes.size(), ILLCHAR_STOP, nullptr, -1),
-            bytes.size());
-  GuardedBuffer<char> back(bytes.size() + 1);
-  ASSERT_EQ(converter->fromUTF16(back.data(), units.data(), bytes.size(), ILLCHAR_STOP, nullptr),
-            bytes.size());
-  EXPECT_EQ(std::string(back.data()), bytes);
-  EXPECT_TRUE(units.guardsIntact());
-  EXPECT_TRUE(back.guardsIntact());
-}
-
-TEST_P(SbcsConverterTable, LoneSurrogatesAreUnmappable) {
-  KelCharSetConverter* converter = converterOf(GetParam().id);
-  const char16_t text[] = {0xD83D, 0xDE00, 0xDC00, 0};
-  GuardedBuffer<char> out(4);
-  EXPECT_EQ(converter->fromUTF16(out.data(), text, 3, ILLCHAR_REPLACE, nullptr), 3u);
-  EXPECT_EQ(std::string(out.data()), "???");
-  EXPECT_TRUE(out.guardsIntact());
-}
-
-TEST_P(SbcsConverterTable, UnitSizesAreOneByte) {
-  KelCharSetConverter* converter = converterOf(GetParam().id);
-  EXPECT_EQ(converter->getMinUnitSize(), 1u);
-  EXPECT_EQ(converter->getMaxUnitSize(), 1u);
-  EXPECT_EQ(converter->getNullCharSize(), 1u);
-}
-
-INSTANTIATE_TEST_SUITE_P(CompiledInTables, SbcsConverterTable,
-                         testing::Values(kWindows1252, kIso88591), setName);
 
 // Windows-1252's five unmapped bytes, as the code page defines them.
 TEST(SbcsConverterWindows1252, FiveC1BytesAreUnmapped) {
@@ -302,6 +209,59 @@ TEST(SbcsConverterFromUtf16, StopPolicyEndsAtUnmappableUnit) {
 }
 
 }  // namespace
+
+// --- converters on embedded mapping tables -----------------------------------
+
+// KOI8-R has no euro sign: the same escape rules as the compiled-in tables.
+TEST(SbcsConverterMappingTable, EuroSignUnderEscapeIsSixBytes) {
+  GuardedBuffer<char> out(8);
+  EXPECT_EQ(converterOf(KelCS_KOI8R)->fromUTF16(out.data(), u"a\u20AC", 7, ILLCHAR_ESCAPE, nullptr),
+            7u);
+  EXPECT_EQ(std::string(out.data()), "aU+20AC");
+  EXPECT_TRUE(out.guardsIntact());
+}
+
+TEST(SbcsConverterMappingTable, EscapeWithFiveBytesLeftStops) {
+  GuardedBuffer<char> out(7);
+  EXPECT_EQ(converterOf(KelCS_KOI8R)->fromUTF16(out.data(), u"a\u20AC", 6, ILLCHAR_ESCAPE, nullptr),
+            1u);
+  EXPECT_EQ(std::string(out.data()), "a");
+  EXPECT_TRUE(out.untouchedFrom(2));
+}
+
+TEST(SbcsConverterMappingTable, FromUtf16NeverTouchesTheFlag) {
+  GuardedBuffer<char> out(3);
+  bool illegal = false;
+  EXPECT_EQ(converterOf(KelCS_WCP1250)->fromUTF16(out.data(), u"\u4E00", 2, ILLCHAR_REPLACE, &illegal),
+            1u);
+  EXPECT_FALSE(illegal);
+  illegal = true;
+  converterOf(KelCS_WCP1250)->fromUTF16(out.data(), u"a", 2, ILLCHAR_REPLACE, &illegal);
+  EXPECT_TRUE(illegal);
+}
+
+TEST(SbcsConverterMappingTable, ToUtf16FlagsUnmappedByte) {
+  // 0xA1 is not in CP1257's table.
+  GuardedBuffer<wchar16> out(3);
+  bool illegal = false;
+  EXPECT_EQ(converterOf(KelCS_WCP1257)->toUTF16(out.data(), "\xA1z", 2, ILLCHAR_REPLACE, &illegal, -1),
+            2u);
+  EXPECT_EQ(out.prefix(3), (std::vector<wchar16>{0xFFFD, 'z', 0}));
+  EXPECT_TRUE(illegal);
+}
+
+TEST(SbcsConverterMappingTable, BudgetZeroWritesOnlyTheTerminator) {
+  GuardedBuffer<wchar16> out(4);
+  EXPECT_EQ(converterOf(KelCS_ISO_8859_5)->toUTF16(out.data(), "abc", 3, ILLCHAR_REPLACE, nullptr, 0),
+            0u);
+  EXPECT_EQ(out[0], 0);
+  EXPECT_TRUE(out.untouchedFrom(1));
+}
+
+TEST(SbcsConverterMappingTable, GetNumBytesCountsUnmappableUnitsAsOne) {
+  const wchar16 text[] = {'A', 0x4E00, 0xD800, 0};
+  EXPECT_EQ(converterOf(KelCS_ISO_8859_7)->getNumBytes(text, static_cast<size_t>(-1)), 3u);
+}
 
 // --- a converter whose mapping table is not in the library ---------------------
 

@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "charset/tables/sbcs_converter.h"
 #include "tests/support/guarded_buffer.h"
@@ -93,29 +91,6 @@ TEST(SbcsTableLoadingEmpty, EmptyTableMapsNothing) {
   EXPECT_EQ(toUtf16(converter, "A", &illegal), u"\uFFFD");
   EXPECT_TRUE(illegal);
   EXPECT_EQ(fromUtf16(converter, u"A"), "?");
-}
-
-TEST(SbcsTableLoadingThreads, FirstConversionsAtOnceAllSeeTheWholeTable) {
-  KelCharSetConverterSBCS converter("SYNTH-SBCS", kTestId);
-  constexpr int kThreads = 8;
-  std::vector<std::u16string> decoded(kThreads);
-  std::vector<std::string> encoded(kThreads);
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&, t] {
-      wchar16 units[8];
-      converter.toUTF16(units, "A\x80\x81\xC0", 7, ILLCHAR_REPLACE, nullptr, -1);
-      decoded[t] = units;
-      char bytes[8];
-      converter.fromUTF16(bytes, u"\u20AC\u2603", 7, ILLCHAR_REPLACE, nullptr);
-      encoded[t] = bytes;
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (int t = 0; t < kThreads; ++t) {
-    EXPECT_EQ(decoded[t], u"A\u20AC\u00E9\u2604") << t;
-    EXPECT_EQ(encoded[t], "\x82\xC0") << t;
-  }
 }
 
 }  // namespace
