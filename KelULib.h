@@ -14,6 +14,7 @@
 #include "charset/unicode/utf16_converters.h"
 #include "charset/unicode/utf32_converter.h"
 #include "charset/unicode/utf8_converter.h"
+#include "uchar/uchar.h"
 #include "ustring/ustring.h"
 #endif
 

@@ -3,7 +3,8 @@
 // and destroyed in the reverse order when it is unloaded:
 //   1. the table-driven converters (tables not yet loaded),
 //   2. the algorithmic converters,
-//   3. the registry (operating-system code page, converter map).
+//   3. the registry (operating-system code page, converter map),
+//   4. the character-property tables of KelUChar (not yet built).
 // Objects of later subsystems join the end of this list.
 #include "charset/registry.h"
 #include "charset/tables/builtin_sbcs_tables.h"
@@ -12,6 +13,8 @@
 #include "charset/unicode/utf32_converter.h"
 #include "charset/unicode/utf8_converter.h"
 #include "platform/os_code_page.h"
+#include "uchar/uchar.h"
+#include "uchar/uchar_table_data.h"
 
 namespace {
 
@@ -88,6 +91,12 @@ KelCharSetRegistry g_registry(kelulib::readOsCodePage(),
                               &g_utf8);
 
 }  // namespace
+
+// 4. Character properties: class bits per unit, and the case mappings, whose
+// ranges map unit first + k to value + k.
+KelUCharTable KelUChar::m_gCharClassTable(kelulib::kCharClassRanges, false);
+KelUCharTable KelUChar::m_gUpperCaseTable(kelulib::kUpperCaseRanges, true);
+KelUCharTable KelUChar::m_gLowerCaseTable(kelulib::kLowerCaseRanges, true);
 
 namespace kelulib {
 

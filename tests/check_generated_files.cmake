@@ -1,12 +1,13 @@
 # Runs a generator into a scratch folder and fails when any file it writes
 # differs from the committed copy (or is missing from it).
-#   cmake -DPYTHON=... -DGENERATOR=... -DCOMMITTED_DIR=... -DSCRATCH_DIR=...
-#         [-DIGNORE_REGEX=<names not compared>] [-DSKIP_STATUS=<exit status>]
-#         -P check_generated_files.cmake
+#   cmake -DPYTHON=... -DGENERATOR=... [-DGENERATOR_ARGS=a;b] -DCOMMITTED_DIR=...
+#         -DSCRATCH_DIR=... [-DIGNORE_REGEX=<names not compared>]
+#         [-DSKIP_STATUS=<exit status>] -P check_generated_files.cmake
 # A generator that exits with SKIP_STATUS lacks an input on this machine: the
 # script then prints "generator inputs missing" and compares nothing.
 file(REMOVE_RECURSE "${SCRATCH_DIR}")
-execute_process(COMMAND "${PYTHON}" "${GENERATOR}" "${SCRATCH_DIR}" RESULT_VARIABLE result)
+execute_process(COMMAND "${PYTHON}" "${GENERATOR}" ${GENERATOR_ARGS} "${SCRATCH_DIR}"
+                RESULT_VARIABLE result)
 if(DEFINED SKIP_STATUS AND result EQUAL SKIP_STATUS)
   message("generator inputs missing: ${GENERATOR} exited with ${result}")
   return()
