@@ -8,6 +8,7 @@
 #include "flatapi/buffer_conversion.h"
 
 #ifdef __cplusplus
+#include "charset/charset_names.h"
 #include "charset/converter.h"
 #include "charset/obj_lock.h"
 #include "charset/tables/sbcs_converter.h"

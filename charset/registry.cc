@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "charset/charset_name_table.h"
+
 KelCharSetRegistry::KelCharSetRegistry(int32_t osCodePage,
                                        std::initializer_list<Registration> converters,
                                        KelCharSetConverter* fallback)
@@ -9,6 +11,27 @@ KelCharSetRegistry::KelCharSetRegistry(int32_t osCodePage,
   for (const Registration& registration : converters) {
     m_converters.emplace(registration.id, registration.converter);
   }
+  for (size_t i = 0; i < kelulib::kCharSetNameCount; ++i) {
+    const kelulib::CharSetName& row = kelulib::kCharSetNames[i];
+    m_names.emplace(row.id, KelUString(row.name));
+    m_ids.emplace(KelUString(row.name), row.id);
+  }
+}
+
+const char* KelCharSetRegistry::nameText(KelCharSet id) const {
+  const auto found = m_names.find(id);
+  if (found == m_names.end()) return nullptr;
+  // An empty name gives the string's shared empty text.
+  return found->second.c_str(KelCS_ISO_8859_1);
+}
+
+void KelCharSetRegistry::renderNames() const {
+  for (const auto& entry : m_names) nameText(entry.first);
+}
+
+KelCharSet KelCharSetRegistry::idNamed(const KelUString& name) const {
+  const auto found = m_ids.find(name);
+  return found != m_ids.end() ? found->second : KelCS_OS_DEFAULT;
 }
 
 KelCharSetConverter* KelCharSetRegistry::lookUp(KelCharSet id) const {

@@ -8,6 +8,7 @@
 #include <map>
 
 #include "charset/converter.h"
+#include "ustring/ustring.h"
 
 class KelCharSetRegistry {
  public:
@@ -28,9 +29,22 @@ class KelCharSetRegistry {
   // system's code page; the fallback when there is none. Touches no cache.
   KelCharSetConverter* lookUp(KelCharSet id) const;
 
+  // The ISO 8859-1 text of the name of `id` (made on first request and kept
+  // in the name's narrow cache); null when `id` has no name. Not safe to
+  // call from two threads before renderNames has run.
+  const char* nameText(KelCharSet id) const;
+  // Makes the text of every name, so that nameText only reads afterwards.
+  void renderNames() const;
+  // The id named exactly `name`; KelCS_OS_DEFAULT when none is.
+  KelCharSet idNamed(const KelUString& name) const;
+
  private:
   int32_t m_osCodePage;
   std::map<KelCharSet, KelCharSetConverter*> m_converters;
+  // Filled from the name table; the narrow caches of the names are the
+  // texts nameText hands out.
+  mutable std::map<KelCharSet, KelUString> m_names;
+  std::map<KelUString, KelCharSet> m_ids;
   KelCharSetConverter* m_fallback;
 };
 

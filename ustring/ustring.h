@@ -411,6 +411,88 @@ class KELULIB_API KelUString {
   // converted from `cs` (the length is n whatever they convert to).
   void resize(size_t n, char c, KelCharSet cs = KelCS_OS_DEFAULT);
 
+  // --- Comparison ---------------------------------------------------------
+  // Comparisons read both sides as zero-terminated units (an embedded zero
+  // ends a text) in plain code-unit order, and return exactly -1, 0 or 1.
+  // A count n compares at most n leading units; npos means no limit and 0
+  // gives 0. The no-case forms fold differing units to upper case. Narrow
+  // text in the named functions always comes with its KelCharSet; the
+  // operators read it in the OS character set. Nothing here throws except
+  // std::bad_alloc for a temporary of more than 257 units.
+
+  int compare(const KelUString& s, size_t n = npos) const;
+  // Compares with the text `s` directly (null ranks below everything).
+  int compare(const wchar16* s, size_t n = npos) const;
+  int compare(const char* s, KelCharSet cs, size_t n = npos) const;
+  int compareNoCase(const KelUString& s, size_t n = npos) const;
+  int compareNoCase(const wchar16* s, size_t n = npos) const;
+  int compareNoCase(const char* s, KelCharSet cs, size_t n = npos) const;
+
+  // Whether this whole text equals the argument.
+  bool equal(const KelUString& s) const;
+  bool equal(const char* s, KelCharSet cs) const;
+  bool equalNoCase(const KelUString& s) const;
+  bool equalNoCase(const wchar16* s) const;
+  bool equalNoCase(const char* s, KelCharSet cs) const;
+  // The N forms cut the argument (not this string) to its first `n` units,
+  // or to the `n` units of `s` at `pos` (both clamped), and compare this
+  // whole text with that: "abc".equalN(u"abcdef", 3) is true,
+  // "abcdef".equalN(u"abc", 3) is false.
+  bool equalN(const wchar16* s, size_t n) const;
+  bool equalN(const char* s, size_t n, KelCharSet cs) const;
+  bool equalN(const KelUString& s, size_t pos, size_t n) const;
+  bool equalNoCaseN(const wchar16* s, size_t n) const;
+  bool equalNoCaseN(const char* s, size_t n, KelCharSet cs) const;
+  bool equalNoCaseN(const KelUString& s, size_t pos, size_t n) const;
+
+  bool operator==(const KelUString& s) const;
+  bool operator!=(const KelUString& s) const;
+  bool operator<(const KelUString& s) const;
+  bool operator>(const KelUString& s) const;
+  bool operator<=(const KelUString& s) const;
+  bool operator>=(const KelUString& s) const;
+  bool operator==(const wchar16* s) const;
+  bool operator!=(const wchar16* s) const;
+  bool operator<(const wchar16* s) const;
+  bool operator>(const wchar16* s) const;
+  bool operator<=(const wchar16* s) const;
+  bool operator>=(const wchar16* s) const;
+  bool operator==(const char* s) const;
+  bool operator!=(const char* s) const;
+  bool operator<(const char* s) const;
+  bool operator>(const char* s) const;
+  bool operator<=(const char* s) const;
+  bool operator>=(const char* s) const;
+
+  // --- Search -------------------------------------------------------------
+  // Positions are in units; a failed search gives npos. An empty needle and
+  // unit 0 are never found.
+
+  // First position of `c` at or after `pos`.
+  size_t find(wchar16 c, size_t pos = 0) const;
+  // First position of `s` at or after `pos`. Searching a string for itself
+  // finds it at 0 only when pos is 0.
+  size_t find(const KelUString& s, size_t pos = 0) const;
+  size_t find(const wchar16* s, size_t pos = 0) const;
+  size_t find(const char* s, KelCharSet cs) const;
+  size_t find(const char* s, size_t pos, KelCharSet cs) const;
+  // Finds the text that the byte `c` converts to (maybe several units).
+  size_t find(char c, KelCharSet cs) const;
+  size_t find(char c, size_t pos, KelCharSet cs) const;
+  // Last position of `c`, searching down from the last unit.
+  size_t rfind(wchar16 c) const;
+  // Last position of `c` at or before `pos`. When pos >= size() or c is 0
+  // the answer is size() - 1 without any search (npos for an empty string).
+  size_t rfind(wchar16 c, size_t pos) const;
+  // Last position of `s` starting at or before `pos` (a larger pos means
+  // from the end). Searching a string for itself always gives 0.
+  size_t rfind(const KelUString& s, size_t pos = npos) const;
+  size_t rfind(const wchar16* s, size_t pos = npos) const;
+  size_t rfind(const char* s, KelCharSet cs) const;
+  size_t rfind(const char* s, size_t pos, KelCharSet cs) const;
+  size_t rfind(char c, KelCharSet cs) const;
+  size_t rfind(char c, size_t pos, KelCharSet cs) const;
+
   // A new string: this text followed by the right operand.
   KelUString operator+(wchar16 c) const;
   KelUString operator+(const wchar16* text) const;
@@ -426,6 +508,13 @@ class KELULIB_API KelUString {
   KelStrData* SetupSpace(size_t n);
   // The same operation as assureSize.
   KelStrData* AssureSpace(size_t n);
+
+  // Code-unit comparison of the zero-terminated texts `a` and `b` over at
+  // most `n` units: -1, 0 or 1. A null text ranks below any other and
+  // equals another null text.
+  int canonicalCompare(const wchar16* a, const wchar16* b, size_t n) const;
+  // The same, folding units that differ to upper case first.
+  int canonicalCompareNoCase(const wchar16* a, const wchar16* b, size_t n) const;
 
   [[noreturn]] void range_error() const;
   [[noreturn]] void length_error() const;
@@ -451,6 +540,9 @@ class KELULIB_API KelUString {
   bool prepareResize(size_t n);
   void finishResize(size_t n);
 
+  // Whether `needle` (m > 0 units) occurs at position i.
+  bool matchesAt(const KelUString& needle, size_t i) const;
+
   // Iterator checks: each throws std::out_of_range for a pointer outside the
   // range it allows and returns the pointer's position.
   // `p` in [begin(), end()].
@@ -472,5 +564,20 @@ KELULIB_API KelUString operator+(wchar16 c, const KelUString& s);
 KELULIB_API KelUString operator+(const wchar16* text, const KelUString& s);
 KELULIB_API KelUString operator+(char c, const KelUString& s);
 KELULIB_API KelUString operator+(const char* narrow, const KelUString& s);
+
+// Comparisons with the text on the left: the text (narrow text read in the
+// OS character set) compared with `s`.
+KELULIB_API bool operator==(const wchar16* text, const KelUString& s);
+KELULIB_API bool operator!=(const wchar16* text, const KelUString& s);
+KELULIB_API bool operator<(const wchar16* text, const KelUString& s);
+KELULIB_API bool operator>(const wchar16* text, const KelUString& s);
+KELULIB_API bool operator<=(const wchar16* text, const KelUString& s);
+KELULIB_API bool operator>=(const wchar16* text, const KelUString& s);
+KELULIB_API bool operator==(const char* narrow, const KelUString& s);
+KELULIB_API bool operator!=(const char* narrow, const KelUString& s);
+KELULIB_API bool operator<(const char* narrow, const KelUString& s);
+KELULIB_API bool operator>(const char* narrow, const KelUString& s);
+KELULIB_API bool operator<=(const char* narrow, const KelUString& s);
+KELULIB_API bool operator>=(const char* narrow, const KelUString& s);
 
 #endif  // KELULIB_USTRING_USTRING_H_

@@ -23,10 +23,12 @@ class AllocationCounter {
 
 // Makes the calling thread's allocation number `n` (1 = the next one) fail
 // while it lives: the throwing forms throw std::bad_alloc, the nothrow forms
-// return null.
+// return null. With kNothrowArrays only the nothrow array form
+// (new (std::nothrow) T[n]) is counted and failed.
 class AllocationFailure {
  public:
-  explicit AllocationFailure(size_t n = 1);
+  enum Scope { kEveryAllocation, kNothrowArrays };
+  explicit AllocationFailure(size_t n = 1, Scope scope = kEveryAllocation);
   ~AllocationFailure();
   AllocationFailure(const AllocationFailure&) = delete;
   AllocationFailure& operator=(const AllocationFailure&) = delete;

@@ -669,6 +669,15 @@ TEST_F(KelUStringOsDefault, ConcatenationWithNarrowTextUsesOsCharSet) {
   EXPECT_EQ(textOf('\xe9' + s), u"\u00e9-");
 }
 
+TEST_F(KelUStringOsDefault, NarrowOperatorsReadOsCharSet) {
+  const KelUString euro(u"\u20ac");
+  EXPECT_TRUE(euro == "\x80");
+  EXPECT_TRUE("\x80" == euro);
+  EXPECT_FALSE(euro != "\x80");
+  EXPECT_TRUE(KelUString(u"\u00e9") < "\x80");  // U+00E9 below U+20AC
+  EXPECT_TRUE("\x80" > KelUString(u"\u00e9"));
+}
+
 TEST_F(KelUStringOsDefault, NarrowEditsDefaultToOsCharSet) {
   KelUString s(u"ab");
   s.insert(1, "\x80");

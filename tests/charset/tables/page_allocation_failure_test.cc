@@ -1,9 +1,8 @@
 // Loading a table when a page cannot be allocated: that one store is
 // dropped and the rest of the table loads.
 //
-// This program replaces the non-throwing array form of operator new, which
-// the tables use for their pages, so that a test can make the n-th such
-// allocation fail. Every other allocation goes to the usual operator new[].
+// The tables take their pages with new (std::nothrow) T[n]; this program
+// links the test allocator, which can make the n-th such allocation fail.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -12,29 +11,12 @@
 
 #include "charset/tables/mbcs_tables.h"
 #include "charset/tables/sbcs_converter.h"
+#include "tests/support/counting_allocator.h"
 #include "tests/support/guarded_buffer.h"
 
 namespace {
 
-// 0: no failure planned; n: the n-th non-throwing array allocation from now
-// fails (counted only while a failure is planned).
-thread_local int g_allocationsUntilFailure = 0;
-
-void failNthPageAllocation(int n) { g_allocationsUntilFailure = n; }
-
-}  // namespace
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  if (g_allocationsUntilFailure > 0 && --g_allocationsUntilFailure == 0) return nullptr;
-  try {
-    return ::operator new[](size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
-
-namespace {
-
+using kelulib_test::AllocationFailure;
 using kelulib_test::GuardedBuffer;
 
 TEST(PageAllocationFailure, MbcsLoaderDropsOnlyTheStoreThatNeededThePage) {
@@ -42,9 +24,11 @@ TEST(PageAllocationFailure, MbcsLoaderDropsOnlyTheStoreThatNeededThePage) {
   // code page 0x81 (the third: fails, for code 0x8140), unit page 0x30, ...
   // Code page 0x81 is allocated again by the next record that needs it.
   kelulib::KelMbcsTables tables;
-  failNthPageAllocation(3);
-  ASSERT_TRUE(tables.load("SYNTH-DBCS"));
-  failNthPageAllocation(0);
+  {
+    const AllocationFailure failure(3, AllocationFailure::kNothrowArrays);
+    ASSERT_TRUE(tables.load("SYNTH-DBCS"));
+    ASSERT_TRUE(failure.happened());
+  }
   EXPECT_EQ(tables.toUnicode(0x8140), 0);
   EXPECT_EQ(tables.fromUnicode(0x3000), 0x8140);
   EXPECT_EQ(tables.toUnicode(0x8142), 0x4E01);
@@ -56,9 +40,11 @@ TEST(PageAllocationFailure, MbcsExLoaderDropsOnlyTheStoreThatNeededThePage) {
   // SYNTH-DBCS-EX allocates: code page 0x81, plane-2 page 0x200 (the
   // second: fails, for U+20000), unit page 0x30, ...
   kelulib::KelMbcsExTables tables;
-  failNthPageAllocation(2);
-  ASSERT_TRUE(tables.load("SYNTH-DBCS-EX"));
-  failNthPageAllocation(0);
+  {
+    const AllocationFailure failure(2, AllocationFailure::kNothrowArrays);
+    ASSERT_TRUE(tables.load("SYNTH-DBCS-EX"));
+    ASSERT_TRUE(failure.happened());
+  }
   EXPECT_EQ(tables.toUnicode(0x8141), 0x20000u);
   EXPECT_EQ(tables.fromUnicode(0x20000), 0);
   EXPECT_EQ(tables.fromUnicode(0x3000), 0x8140);
@@ -72,9 +58,12 @@ TEST(PageAllocationFailure, SbcsLoaderDropsOnlyTheReverseEntryThatNeededThePage)
   KelCharSetConverterSBCS converter("SYNTH-SBCS", static_cast<KelCharSet>(60300));
   const wchar16 units[] = {0x2603, 0x2604, 'A', 0};
   GuardedBuffer<char> out(4);
-  failNthPageAllocation(3);
-  const size_t written = converter.fromUTF16(out.data(), units, 3, ILLCHAR_REPLACE, nullptr);
-  failNthPageAllocation(0);
+  size_t written = 0;
+  {
+    const AllocationFailure failure(3, AllocationFailure::kNothrowArrays);
+    written = converter.fromUTF16(out.data(), units, 3, ILLCHAR_REPLACE, nullptr);
+    ASSERT_TRUE(failure.happened());
+  }
   EXPECT_EQ(written, 3u);
   EXPECT_EQ(std::string(out.data()), "?\xC0" "A");
   EXPECT_TRUE(out.guardsIntact());
