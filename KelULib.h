@@ -17,6 +17,8 @@
 #include "charset/unicode/utf8_converter.h"
 #include "uchar/uchar.h"
 #include "ustring/ustring.h"
+#include "ustring/ustring_list.h"
+#include "ustring/ustring_stream.h"
 #endif
 
 #endif  // KELULIB_KELULIB_H_

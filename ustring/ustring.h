@@ -37,6 +37,7 @@
 #include "platform/string_resource.h"
 
 class KelCharSetConverter;
+class KelUStringList;
 
 // Narrow text with an 8-bit length in front and no terminator. The record is
 // declared with one byte of text; it is always used through pointers or
@@ -87,6 +88,18 @@ class KELULIB_API KelUString {
   using IfUnitPointers = std::enable_if_t<kIsUnitPointer<P> && kIsUnitPointer<Q>, KelUString&>;
 
  public:
+  // Which ends trim() works on (bit 1: the start, bit 2: the end).
+  enum TrimCmd { TRIM_LEFT = 1, TRIM_RIGHT = 2, TRIM_BOTH = 3 };
+  // Which units trim() removes; any other value removes nothing.
+  enum TrimTarget {
+    // Units that KelUChar::isWhiteSpace accepts.
+    TRIM_WHITESPACE = 0,
+    // U+0020 only.
+    TRIM_SPACE = 1,
+    // White space and units without a character class (KelUChar::isNonChar).
+    TRIM_WHITESPACE_NONCHAR = 2
+  };
+
   // As a position: none. As a count: to the end.
   static constexpr size_t npos = static_cast<size_t>(-1);
   // Units held in the buffer inside the object, terminator not counted.
@@ -493,6 +506,36 @@ class KELULIB_API KelUString {
   size_t rfind(char c, KelCharSet cs) const;
   size_t rfind(char c, size_t pos, KelCharSet cs) const;
 
+  // --- Trimming, case, substrings, splitting ------------------------------
+
+  // Removes the units that match `target` from the ends `cmd` names. Always
+  // drops the narrow cache, even when nothing is removed.
+  KelUString& trim(TrimCmd cmd = TRIM_BOTH, TrimTarget target = TRIM_WHITESPACE);
+  KelUString& trimLeft(TrimTarget target = TRIM_WHITESPACE);
+  KelUString& trimRight(TrimTarget target = TRIM_WHITESPACE);
+
+  // Maps every unit to upper (lower) case in place, one unit for one:
+  // only a-z (A-Z) when `asciiOnly`, else through KelUChar's case tables.
+  // The narrow cache is kept as it was.
+  void toUpper(bool asciiOnly = false);
+  void toLower(bool asciiOnly = false);
+
+  // The first `n` units; n > size() throws std::out_of_range.
+  KelUString left(size_t n) const;
+  // The `n` units from `pos` (npos: to the end). A range that runs past the
+  // end throws std::out_of_range: counts are not clamped.
+  KelUString mid(size_t pos, size_t n = npos) const;
+  // The units from `pos` to the end (not the last pos units); empty when
+  // pos >= size(), never throwing.
+  KelUString right(size_t pos) const;
+
+  // The pieces between the separators (see the KelUStringList splitting
+  // constructors for empty pieces and ends).
+  KelUStringList split(wchar16 c) const;
+  KelUStringList split(const KelUString& sep) const;
+  // The separator is the text the byte `c` converts to in `cs`.
+  KelUStringList split(char c, KelCharSet cs = KelCS_OS_DEFAULT) const;
+
   // A new string: this text followed by the right operand.
   KelUString operator+(wchar16 c) const;
   KelUString operator+(const wchar16* text) const;
@@ -540,6 +583,8 @@ class KELULIB_API KelUString {
   bool prepareResize(size_t n);
   void finishResize(size_t n);
 
+  // Whether unit `c` is one that `target` removes.
+  static bool matchesTrimTarget(wchar16 c, TrimTarget target);
   // Whether `needle` (m > 0 units) occurs at position i.
   bool matchesAt(const KelUString& needle, size_t i) const;
 
@@ -579,5 +624,8 @@ KELULIB_API bool operator<(const char* narrow, const KelUString& s);
 KELULIB_API bool operator>(const char* narrow, const KelUString& s);
 KELULIB_API bool operator<=(const char* narrow, const KelUString& s);
 KELULIB_API bool operator>=(const char* narrow, const KelUString& s);
+
+// split() returns lists: users of KelUString get KelUStringList as well.
+#include "ustring/ustring_list.h"
 
 #endif  // KELULIB_USTRING_USTRING_H_
