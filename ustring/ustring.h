@@ -88,10 +88,11 @@ class KELULIB_API KelUString {
   using IfUnitPointers = std::enable_if_t<kIsUnitPointer<P> && kIsUnitPointer<Q>, KelUString&>;
 
  public:
-  // Which ends trim() works on (bit 1: the start, bit 2: the end).
-  enum TrimCmd { TRIM_LEFT = 1, TRIM_RIGHT = 2, TRIM_BOTH = 3 };
+  // Which ends trim() works on (bit 1: the start, bit 2: the end). Both
+  // enumerations are over int, so any int value is a valid one.
+  enum TrimCmd : int { TRIM_LEFT = 1, TRIM_RIGHT = 2, TRIM_BOTH = 3 };
   // Which units trim() removes; any other value removes nothing.
-  enum TrimTarget {
+  enum TrimTarget : int {
     // Units that KelUChar::isWhiteSpace accepts.
     TRIM_WHITESPACE = 0,
     // U+0020 only.
