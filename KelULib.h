@@ -10,6 +10,11 @@
 #ifdef __cplusplus
 #include "charset/converter.h"
 #include "charset/obj_lock.h"
+#include "charset/tables/dbcs_converter.h"
+#include "charset/tables/euc_cn_kr_converter.h"
+#include "charset/tables/euc_jp_converter.h"
+#include "charset/tables/gb18030_converter.h"
+#include "charset/tables/mbcs_converter.h"
 #include "charset/tables/sbcs_converter.h"
 #include "charset/unicode/utf16_converters.h"
 #include "charset/unicode/utf32_converter.h"
