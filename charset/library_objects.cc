@@ -8,6 +8,11 @@
 // Objects of later subsystems join the end of this list.
 #include "charset/registry.h"
 #include "charset/tables/builtin_sbcs_tables.h"
+#include "charset/tables/dbcs_byte_classes.h"
+#include "charset/tables/dbcs_converter.h"
+#include "charset/tables/euc_cn_kr_converter.h"
+#include "charset/tables/euc_jp_converter.h"
+#include "charset/tables/gb18030_converter.h"
 #include "charset/tables/sbcs_converter.h"
 #include "charset/unicode/utf16_converters.h"
 #include "charset/unicode/utf32_converter.h"
@@ -19,7 +24,8 @@
 namespace {
 
 // 1. Table-driven converters: the single-byte sets on compiled-in tables,
-// then those on mapping tables, each found by the table name it is given.
+// then those on mapping tables, then the multi-byte sets, each finding its
+// tables by the names it is given.
 KelCharSetConverterSBCS g_windows1252(kelulib::kWindows1252ToUnicode, KelCS_WCP1252);
 KelCharSetConverterSBCS g_iso88591(kelulib::kIso88591ToUnicode, KelCS_ISO_8859_1);
 KelCharSetConverterSBCS g_windows1250("CP1250", KelCS_WCP1250);
@@ -46,6 +52,21 @@ KelCharSetConverterSBCS g_iso885914("8859-14", KelCS_ISO_8859_14);
 KelCharSetConverterSBCS g_iso885915("8859-15", KelCS_ISO_8859_15);
 KelCharSetConverterSBCS g_iso885916("8859-16", KelCS_ISO_8859_16);
 KelCharSetConverterSBCS g_koi8r("KOI8R", KelCS_KOI8R);
+KelCharSetConverterDBCS g_windows932("CP932", kelulib::kJapaneseByteClasses.data(), KelCS_WCP932);
+KelCharSetConverterDBCS g_windows936("CP936", kelulib::kSimplifiedChineseByteClasses.data(),
+                                     KelCS_WCP936);
+KelCharSetConverterDBCS g_windows949("CP949", kelulib::kKoreanByteClasses.data(), KelCS_WCP949);
+KelCharSetConverterDBCS g_windows950("CP950", kelulib::kTraditionalChineseByteClasses.data(),
+                                     KelCS_WCP950);
+KelCharSetConverterGB18030 g_gb18030("GBK", KelCS_GB18030);
+KelCharSetConverterDBCS g_big5("BIG5", kelulib::kBig5ByteClasses.data(), KelCS_BIG5);
+KelCharSetConverterDBCS g_shiftJis("SHIFTJIS", kelulib::kJapaneseByteClasses.data(),
+                                   KelCS_SHIFTJIS);
+KelCharSetConverterDBCSEx g_shiftJis2004("SJIS0213", kelulib::kJapaneseByteClasses.data(),
+                                         KelCS_SJIS0213);
+KelCharSetConverterEUC_CN_KR g_eucKr("KSX1001", KelCS_EUC_KR);
+KelCharSetConverterEUC_CN_KR g_eucCn("GB2312", KelCS_EUC_CN);
+KelCharSetConverterEUC_JP g_eucJp("JIS0208", "JIS0201", "JIS0212", KelCS_EUC_JP);
 
 // 2. Algorithmic converters.
 KelCharSetConverterUTF8 g_utf8;
@@ -53,8 +74,8 @@ KelCharSetConverterUTF16 g_utf16;
 KelCharSetConverterUTF32 g_utf32;
 KelCharSetConverterUTF16Esc g_utf16Esc;
 
-// 3. The registry. Character sets whose converter class is not part of the
-// library yet fall back to UTF-8 like every id without a converter.
+// 3. The registry. Character sets without a converter of their own fall
+// back to UTF-8.
 KelCharSetRegistry g_registry(kelulib::readOsCodePage(),
                               {
                                   {KelCS_WCP1250, &g_windows1250},
@@ -83,6 +104,17 @@ KelCharSetRegistry g_registry(kelulib::readOsCodePage(),
                                   {KelCS_ISO_8859_15, &g_iso885915},
                                   {KelCS_ISO_8859_16, &g_iso885916},
                                   {KelCS_KOI8R, &g_koi8r},
+                                  {KelCS_WCP932, &g_windows932},
+                                  {KelCS_WCP936, &g_windows936},
+                                  {KelCS_WCP949, &g_windows949},
+                                  {KelCS_WCP950, &g_windows950},
+                                  {KelCS_GB18030, &g_gb18030},
+                                  {KelCS_BIG5, &g_big5},
+                                  {KelCS_SHIFTJIS, &g_shiftJis},
+                                  {KelCS_SJIS0213, &g_shiftJis2004},
+                                  {KelCS_EUC_KR, &g_eucKr},
+                                  {KelCS_EUC_CN, &g_eucCn},
+                                  {KelCS_EUC_JP, &g_eucJp},
                                   {KelCS_UTF8, &g_utf8},
                                   {KelCS_UTF16, &g_utf16},
                                   {KelCS_UTF32, &g_utf32},

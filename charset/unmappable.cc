@@ -13,18 +13,16 @@ void formatUnitEscape(wchar16 unit, unsigned char* out) {
 }
 
 size_t writeUnmappable(unsigned char* out, size_t room, wchar16 unit, ILLCHAR_OPTYPE op) {
-  switch (op) {
-    case ILLCHAR_STOP:
-      return 0;
-    case ILLCHAR_ESCAPE:
-      if (room < kUnitEscapeLength) return 0;
-      formatUnitEscape(unit, out);
-      return kUnitEscapeLength;
-    default:
-      if (room == 0) return 0;
-      *out = kReplacementByte;
-      return 1;
-  }
+  return writeUnmappableWith(out, room, op, kUnitEscapeLength,
+                             [unit](unsigned char* at) { formatUnitEscape(unit, at); });
+}
+
+size_t writeUnmappablePair(unsigned char* out, size_t room, wchar16 high, wchar16 low,
+                           ILLCHAR_OPTYPE op) {
+  return writeUnmappableWith(out, room, op, kPairEscapeLength, [high, low](unsigned char* at) {
+    formatUnitEscape(high, at);
+    formatUnitEscape(low, at + kUnitEscapeLength);
+  });
 }
 
 }  // namespace kelulib

@@ -47,12 +47,39 @@ bool parseUnitEscape(const Char* text, wchar16* unit) {
   return true;
 }
 
-// The unmappable-character step of a byte-writing fromUTF16: under
-// ILLCHAR_STOP writes nothing; under ILLCHAR_ESCAPE writes the escape of
-// `unit` when at least 6 bytes of `room` remain, else nothing; under any
+// The unmappable-character step of a byte-writing fromUTF16, with the
+// escape made by format(out), which writes escapeLength bytes: under
+// ILLCHAR_STOP writes nothing; under ILLCHAR_ESCAPE writes the escape when
+// at least escapeLength bytes of `room` remain, else nothing; under any
 // other policy writes "?" (room must be at least 1). Returns the bytes
 // written; 0 means the conversion stops here.
+template <typename FormatEscape>
+size_t writeUnmappableWith(unsigned char* out, size_t room, ILLCHAR_OPTYPE op,
+                           size_t escapeLength, FormatEscape format) {
+  switch (op) {
+    case ILLCHAR_STOP:
+      return 0;
+    case ILLCHAR_ESCAPE:
+      if (room < escapeLength) return 0;
+      format(out);
+      return escapeLength;
+    default:
+      if (room == 0) return 0;
+      *out = kReplacementByte;
+      return 1;
+  }
+}
+
+// The unmappable-character step for one unit, escaped as "U+XXXX".
 size_t writeUnmappable(unsigned char* out, size_t room, wchar16 unit, ILLCHAR_OPTYPE op);
+
+// Length of the escape of a surrogate pair, "U+XXXXU+XXXX".
+constexpr size_t kPairEscapeLength = 2 * kUnitEscapeLength;
+
+// The unmappable-character step for a surrogate pair, escaped as the twelve
+// characters "U+XXXXU+XXXX" of its high and low units.
+size_t writeUnmappablePair(unsigned char* out, size_t room, wchar16 high, wchar16 low,
+                           ILLCHAR_OPTYPE op);
 
 }  // namespace kelulib
 

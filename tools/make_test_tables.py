@@ -62,6 +62,34 @@ SYNTH_DBCS_EX = [
     (0x8148, 0x3042),      # after the end: never read
 ]
 
+# Records of "SYNTH-ROWCELL": a 94x94 set in row/cell form (the main table
+# of the EUC converters in the tests).
+SYNTH_ROWCELL = [
+    (0x2121, 0x3000),  # EUC 0xA1 0xA1
+    (0x2422, 0x3042),  # EUC 0xA4 0xA2
+    (0x3021, 0xAC00),  # EUC 0xB0 0xA1
+    (0x216F, 0x00A5),  # EUC 0xA1 0xEF; SYNTH-JIS0201 takes U+00A5 over when merged
+]
+
+# Records of "SYNTH-JIS0201": single bytes merged into the EUC-JP main table.
+SYNTH_JIS0201 = [
+    (0x0041, 0x0041),  # A (reached as 0x80 0xC1 after the merge)
+    (0x005C, 0x00A5),  # yen sign: written 0x80 0xDC after the merge
+    (0x00B1, 0xFF71),  # half-width katakana: 0x8E 0xB1
+]
+
+# Records of "SYNTH-JIS0212": the EUC-JP supplementary set, row/cell form.
+SYNTH_JIS0212 = [
+    (0x222F, 0x02D8),  # EUC 0x8F 0xA2 0xAF
+]
+
+# Records of "SYNTH-GBK": the one- and two-byte part of GB18030.
+SYNTH_GBK = [
+    (0x0041, 0x0041),
+    (0x8140, 0x4E02),
+    (0xA1A1, 0x3000),
+]
+
 
 def records(pairs, terminated=True, record="<HH"):
     data = b"".join(struct.pack(record, code, unit) for code, unit in pairs)
@@ -76,6 +104,10 @@ def main():
         "SYNTH-UNTERMINATED": records(SYNTH_UNTERMINATED, terminated=False) + b"\x63\x00",
         "SYNTH-DBCS": records(SYNTH_DBCS, terminated=False),
         "SYNTH-DBCS-EX": records(SYNTH_DBCS_EX, terminated=False, record="<HI"),
+        "SYNTH-ROWCELL": records(SYNTH_ROWCELL),
+        "SYNTH-JIS0201": records(SYNTH_JIS0201),
+        "SYNTH-JIS0212": records(SYNTH_JIS0212),
+        "SYNTH-GBK": records(SYNTH_GBK),
         # Plain files for the embedding itself: text, binary, empty.
         "THREE": b"ABC",
         "BINARY-4": bytes([0x00, 0x01, 0xFE, 0xFF]),

@@ -34,7 +34,12 @@ INSTANTIATE_TEST_SUITE_P(EveryConverter, ConverterUnitSizes,
                                          UnitSizeRow{KelCS_UTF8, 1, 3, 1},
                                          UnitSizeRow{KelCS_UTF16, 2, 2, 2},
                                          UnitSizeRow{KelCS_UTF32, 4, 4, 4},
-                                         UnitSizeRow{KelCS_UTF16ESC, 1, 6, 1}),
+                                         UnitSizeRow{KelCS_UTF16ESC, 1, 6, 1},
+                                         UnitSizeRow{KelCS_WCP932, 1, 2, 1},
+                                         UnitSizeRow{KelCS_SJIS0213, 1, 2, 1},
+                                         UnitSizeRow{KelCS_EUC_KR, 1, 2, 1},
+                                         UnitSizeRow{KelCS_EUC_JP, 1, 3, 1},
+                                         UnitSizeRow{KelCS_GB18030, 1, 4, 1}),
                          [](const testing::TestParamInfo<UnitSizeRow>& info) {
                            return "Id" + std::to_string(static_cast<int>(info.param.id));
                          });
@@ -73,7 +78,8 @@ TEST_P(ConverterDirectUtf8NotOffered, FromUtf8ReturnsZeroAndWritesNothing) {
 
 INSTANTIATE_TEST_SUITE_P(EveryConverterButUtf32, ConverterDirectUtf8NotOffered,
                          testing::Values(KelCS_WCP1252, KelCS_ISO_8859_1, KelCS_UTF8, KelCS_UTF16,
-                                         KelCS_UTF16ESC),
+                                         KelCS_UTF16ESC, KelCS_WCP932, KelCS_SJIS0213,
+                                         KelCS_EUC_KR, KelCS_EUC_JP, KelCS_GB18030),
                          [](const testing::TestParamInfo<KelCharSet>& info) {
                            return "Id" + std::to_string(static_cast<int>(info.param));
                          });

@@ -72,7 +72,9 @@ TEST(Registry, Utf32IdGivesTheUtf32Converter) {
 TEST(Registry, EveryRegisteredIdHasItsOwnConverter) {
   const int ids[] = {1250,  1251,  1252,  1253,  1254,  1255,  1256,  1257,  1258,  874,
                      28591, 28592, 28593, 28594, 28595, 28596, 28597, 28598, 28599, 28600,
-                     28601, 28603, 28604, 28605, 28606, 20866, 65001, 1200,  12000, 1202};
+                     28601, 28603, 28604, 28605, 28606, 20866, 932,   936,   949,   950,
+                     54936, 30950, 30932, 30933, 51949, 51936, 51932, 65001, 1200,  12000,
+                     1202};
   std::set<KelCharSetConverter*> converters;
   for (int id : ids) converters.insert(converterOf(id));
   EXPECT_EQ(converters.size(), std::size(ids));

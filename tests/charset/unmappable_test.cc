@@ -90,4 +90,41 @@ TEST(WriteUnmappable, ReplaceWithoutRoomWritesNothing) {
   EXPECT_EQ(out[0], 0);
 }
 
+TEST(WriteUnmappablePair, EscapeWritesBothUnitsInTwelveBytes) {
+  unsigned char out[16] = {};
+  EXPECT_EQ(kelulib::writeUnmappablePair(out, 12, 0xD83D, 0xDE00, ILLCHAR_ESCAPE), 12u);
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(out), 13), std::string("U+D83DU+DE00\0", 13));
+}
+
+TEST(WriteUnmappablePair, EscapeNeedsTwelveBytes) {
+  unsigned char out[16] = {};
+  EXPECT_EQ(kelulib::writeUnmappablePair(out, 11, 0xD83D, 0xDE00, ILLCHAR_ESCAPE), 0u);
+  EXPECT_EQ(out[0], 0);
+}
+
+TEST(WriteUnmappablePair, ReplaceWritesOneQuestionMark) {
+  unsigned char out[4] = {};
+  EXPECT_EQ(kelulib::writeUnmappablePair(out, 4, 0xD83D, 0xDE00, ILLCHAR_REPLACE), 1u);
+  EXPECT_EQ(out[0], '?');
+  EXPECT_EQ(out[1], 0);
+}
+
+TEST(WriteUnmappablePair, StopWritesNothing) {
+  unsigned char out[16] = {};
+  EXPECT_EQ(kelulib::writeUnmappablePair(out, 16, 0xD83D, 0xDE00, ILLCHAR_STOP), 0u);
+  EXPECT_EQ(out[0], 0);
+}
+
+TEST(WriteUnmappableWith, EscapeWritesWhatTheFormatterWrites) {
+  unsigned char out[4] = {};
+  const auto format = [](unsigned char* at) {
+    at[0] = 'x';
+    at[1] = 'y';
+    at[2] = 'z';
+  };
+  const size_t written = kelulib::writeUnmappableWith(out, 3, ILLCHAR_ESCAPE, 3, format);
+  EXPECT_EQ(written, 3u);
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(out)), "xyz");
+}
+
 }  // namespace

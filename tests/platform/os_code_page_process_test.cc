@@ -138,9 +138,9 @@ TEST_P(OsCodePageProcessLocale, OsDefaultIsTheConverterOfTheLocalesCodePage) {
                                 << describe(result);
 }
 
-// 20127 (US-ASCII) and 437 have no converter, nor (yet) 51932: for them the
-// child's getConverter(expected) is the UTF-8 converter, and the comparison
-// stays right when converters for them are added. 1252, 28591
+// 20127 (US-ASCII) and 437 have no converter: for them the child's
+// getConverter(expected) is the UTF-8 converter, and the comparison stays
+// right if converters for them are added. 1252, 28591
 // and 65001 are three distinct converters, so the precedence cases give
 // each variable a different one of them.
 INSTANTIATE_TEST_SUITE_P(

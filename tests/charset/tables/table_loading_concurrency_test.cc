@@ -5,15 +5,14 @@
 // second load would show as a leak of the first one's tables.
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "charset/tables/builtin_sbcs_tables.h"
 #include "charset/tables/sbcs_converter.h"
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/run_together.h"
 
 namespace {
 
@@ -22,18 +21,8 @@ using kelulib_test::GuardedBuffer;
 constexpr int kThreads = 8;
 constexpr auto kTestId = static_cast<KelCharSet>(60200);
 
-// Runs work(t) on kThreads threads, released together once all have started.
 void runTogether(const std::function<void(int)>& work) {
-  std::atomic<int> ready{0};
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&, t] {
-      ready.fetch_add(1);
-      while (ready.load() < kThreads) std::this_thread::yield();
-      work(t);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  kelulib_test::runTogether(kThreads, work);
 }
 
 std::u16string toUtf16(KelCharSetConverter& converter, const std::string& bytes) {

@@ -1,0 +1,63 @@
+#include "charset/tables/mbcs_converter.h"
+
+#include <new>
+
+#include "charset/tables/locked_build.h"
+#include "charset/tables/mbcs_tables.h"
+
+namespace {
+
+// Builds `slot` from the table `name` once, under `lock`.
+template <typename Tables>
+void loadTables(ObjLock& lock, std::atomic<Tables*>& slot, const char* name) {
+  kelulib::buildUnderLock(lock, slot, [name]() -> Tables* {
+    if (name == nullptr) return nullptr;
+    auto* tables = new (std::nothrow) Tables();
+    if (tables != nullptr) tables->load(name);  // a missing table leaves them empty
+    return tables;
+  });
+}
+
+}  // namespace
+
+// --- KelCharSetConverterMBCS ---------------------------------------------------
+
+KelCharSetConverterMBCS::KelCharSetConverterMBCS(const char* tableName, KelCharSet id)
+    : KelCharSetConverter(id), m_tableName(tableName), m_tables(nullptr) {}
+
+KelCharSetConverterMBCS::~KelCharSetConverterMBCS() {
+  delete m_tables.load(std::memory_order_relaxed);
+}
+
+void KelCharSetConverterMBCS::load() { loadTables(m_lock, m_tables, m_tableName); }
+
+const KelCharSetConverterMBCS::Tables& KelCharSetConverterMBCS::tables() const {
+  return kelulib::builtOrEmpty(m_tables);
+}
+
+KelCharSetConverterMBCS::Tables* KelCharSetConverterMBCS::tablesToExtend() const {
+  return m_tables.load(std::memory_order_acquire);
+}
+
+bool KelCharSetConverterMBCS::tablesLoaded() const {
+  return m_tables.load(std::memory_order_acquire) != nullptr;
+}
+
+// --- KelCharSetConverterMBCSEx -------------------------------------------------
+
+KelCharSetConverterMBCSEx::KelCharSetConverterMBCSEx(const char* tableName, KelCharSet id)
+    : KelCharSetConverter(id), m_tableName(tableName), m_tables(nullptr) {}
+
+KelCharSetConverterMBCSEx::~KelCharSetConverterMBCSEx() {
+  delete m_tables.load(std::memory_order_relaxed);
+}
+
+void KelCharSetConverterMBCSEx::load() { loadTables(m_lock, m_tables, m_tableName); }
+
+const KelCharSetConverterMBCSEx::Tables& KelCharSetConverterMBCSEx::tables() const {
+  return kelulib::builtOrEmpty(m_tables);
+}
+
+bool KelCharSetConverterMBCSEx::tablesLoaded() const {
+  return m_tables.load(std::memory_order_acquire) != nullptr;
+}

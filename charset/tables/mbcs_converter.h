@@ -1,0 +1,89 @@
+// KelCharSetConverterMBCS and KelCharSetConverterMBCSEx: the bases of the
+// table-driven multi-byte converters (double-byte, EUC and GB18030).
+//
+// Each holds the name of its UNICODEMAP table and, once loaded, the table in
+// both directions as two-level lookups. Every conversion calls load() first:
+// it takes the converter's lock and, the first time, builds the tables; after
+// that the tables never change and are read without the lock.
+//   MBCS: code -> UTF-16 unit and UTF-16 unit -> code (16/16 tables).
+//   MBCSEx: code -> Unicode scalar and scalar (planes 0-16) -> code (the
+//   16/32 tables, whose characters may lie beyond the BMP).
+#ifndef KELULIB_CHARSET_TABLES_MBCS_CONVERTER_H_
+#define KELULIB_CHARSET_TABLES_MBCS_CONVERTER_H_
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+#include "charset/converter.h"
+
+namespace kelulib {
+template <typename UnicodeValue>
+struct MappingRecord;
+template <typename Record, size_t kReversePageCount>
+class KelMultiByteTables;
+}  // namespace kelulib
+
+class KELULIB_API KelCharSetConverterMBCS : public KelCharSetConverter {
+ public:
+  using Tables = kelulib::KelMultiByteTables<kelulib::MappingRecord<uint16_t>, 256>;
+
+  ~KelCharSetConverterMBCS() override;
+
+  // Converters are singletons of the library and are never copied.
+  KelCharSetConverterMBCS(const KelCharSetConverterMBCS&) = delete;
+  KelCharSetConverterMBCS& operator=(const KelCharSetConverterMBCS&) = delete;
+
+ protected:
+  // A converter on the UNICODEMAP table `tableName` (a string of static
+  // lifetime; the pointer is kept, not the text), not loaded yet.
+  KelCharSetConverterMBCS(const char* tableName, KelCharSet id);
+
+  // Takes the converter's lock and, the first time, builds both directions
+  // of the table. A table that cannot be found leaves both empty, for good:
+  // every code and character is then unmappable. Without a table name it
+  // builds nothing.
+  virtual void load();
+
+  // The tables load() built, or empty ones before that.
+  const Tables& tables() const;
+
+  // The built tables, for a subclass's load() to add records to while it
+  // holds a lock that every conversion takes; null before loading.
+  Tables* tablesToExtend() const;
+
+  // True once load() has built the tables.
+  bool tablesLoaded() const;
+
+ private:
+  const char* m_tableName;
+  std::atomic<Tables*> m_tables;
+  ObjLock m_lock;
+};
+
+class KELULIB_API KelCharSetConverterMBCSEx : public KelCharSetConverter {
+ public:
+  using Tables = kelulib::KelMultiByteTables<kelulib::MappingRecord<uint32_t>, 17 * 256>;
+
+  ~KelCharSetConverterMBCSEx() override;
+
+  KelCharSetConverterMBCSEx(const KelCharSetConverterMBCSEx&) = delete;
+  KelCharSetConverterMBCSEx& operator=(const KelCharSetConverterMBCSEx&) = delete;
+
+ protected:
+  // As KelCharSetConverterMBCS, on a table of 32-bit Unicode scalars.
+  KelCharSetConverterMBCSEx(const char* tableName, KelCharSet id);
+
+  // As KelCharSetConverterMBCS::load.
+  virtual void load();
+
+  const Tables& tables() const;
+  bool tablesLoaded() const;
+
+ private:
+  const char* m_tableName;
+  std::atomic<Tables*> m_tables;
+  ObjLock m_lock;
+};
+
+#endif  // KELULIB_CHARSET_TABLES_MBCS_CONVERTER_H_

@@ -1,0 +1,38 @@
+// An ICU converter (libicuuc) as an independent oracle for conversion
+// tests: strict in both directions (no substitution, no best-fit mappings
+// from Unicode).
+#ifndef KELULIB_TESTS_SUPPORT_ICU_ORACLE_H_
+#define KELULIB_TESTS_SUPPORT_ICU_ORACLE_H_
+
+#include <optional>
+#include <string>
+
+struct UConverter;
+
+namespace kelulib_test {
+
+class IcuConverter {
+ public:
+  // Opens the ICU converter `name` exactly (not through an alias that ICU
+  // would resolve to another table).
+  explicit IcuConverter(const char* name);
+  ~IcuConverter();
+  IcuConverter(const IcuConverter&) = delete;
+  IcuConverter& operator=(const IcuConverter&) = delete;
+
+  // False when ICU does not know the name, or knows it as another table.
+  bool isOpen() const;
+
+  // The code points `bytes` decode to; nullopt when ICU rejects any of them.
+  std::optional<std::u32string> decode(const std::string& bytes);
+
+  // The bytes of `text`; nullopt when ICU cannot map all of it.
+  std::optional<std::string> encode(const std::u32string& text);
+
+ private:
+  UConverter* m_converter;
+};
+
+}  // namespace kelulib_test
+
+#endif  // KELULIB_TESTS_SUPPORT_ICU_ORACLE_H_
