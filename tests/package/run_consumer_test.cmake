@@ -1,6 +1,7 @@
-# Installs the library into a scratch prefix, then builds and runs the
-# consumer project three ways: find_package on the installed package,
-# find_package on the build tree, and pkg-config's flags with the C compiler.
+# Installs the library into a scratch prefix, runs the installed kelconv,
+# then builds and runs the consumer project three ways: find_package on the
+# installed package, find_package on the build tree, and pkg-config's flags
+# with the C compiler.
 
 function(run)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
@@ -15,6 +16,11 @@ set(prefix "${WORK_DIR}/install")
 file(REMOVE_RECURSE "${WORK_DIR}")
 
 run("${CMAKE_COMMAND}" --install "${KELULIB_BUILD_DIR}" --prefix "${prefix}" --config "${BUILD_TYPE}")
+
+# The installed kelconv finds the installed library beside it.
+if(EXISTS "${prefix}/bin/kelconv")
+  run("${prefix}/bin/kelconv" --version)
+endif()
 
 set(common_args
   -G "${GENERATOR}"

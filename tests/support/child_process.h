@@ -1,0 +1,51 @@
+// Runs a program as a child process, for tests of command-line tools.
+// POSIX only.
+#ifndef KELULIB_TESTS_SUPPORT_CHILD_PROCESS_H_
+#define KELULIB_TESTS_SUPPORT_CHILD_PROCESS_H_
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace kelulib_test {
+
+struct CommandResult {
+  int exitStatus = -1;        // -1 when the program did not exit normally
+  std::string out;            // what it wrote to standard output
+  std::string err;            // ... and to standard error
+  long maxResidentKiB = 0;    // its peak resident set size
+};
+
+// Runs `argv` (argv[0] is the program's path) with `input` as its standard
+// input and waits for it.
+CommandResult runCommand(const std::vector<std::string>& argv, const std::string& input = {});
+
+// A running program whose standard input and output are pipes held by the
+// caller; its standard error is collected. The caller must keep both pipes
+// moving (write from one thread, read from another) to avoid a deadlock.
+class ChildProcess {
+ public:
+  explicit ChildProcess(const std::vector<std::string>& argv);
+  ~ChildProcess();
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  // The write end of its standard input, until closeInput().
+  int input() const { return m_input; }
+  // The read end of its standard output.
+  int output() const { return m_output; }
+  void closeInput();
+
+  // Waits for it to end; `out` stays empty (the caller read the pipe).
+  CommandResult wait();
+
+ private:
+  pid_t m_pid = -1;
+  int m_input = -1;
+  int m_output = -1;
+  std::string m_errorFile;
+};
+
+}  // namespace kelulib_test
+
+#endif  // KELULIB_TESTS_SUPPORT_CHILD_PROCESS_H_
