@@ -31,8 +31,9 @@ KelCharSetConverterMBCS::~KelCharSetConverterMBCS() {
 
 void KelCharSetConverterMBCS::load() { loadTables(m_lock, m_tables, m_tableName); }
 
-const KelCharSetConverterMBCS::Tables& KelCharSetConverterMBCS::tables() const {
-  return kelulib::builtOrEmpty(m_tables);
+const KelCharSetConverterMBCS::Tables& KelCharSetConverterMBCS::emptyTables() {
+  static const Tables empty;
+  return empty;
 }
 
 KelCharSetConverterMBCS::Tables* KelCharSetConverterMBCS::tablesToExtend() const {
@@ -54,8 +55,9 @@ KelCharSetConverterMBCSEx::~KelCharSetConverterMBCSEx() {
 
 void KelCharSetConverterMBCSEx::load() { loadTables(m_lock, m_tables, m_tableName); }
 
-const KelCharSetConverterMBCSEx::Tables& KelCharSetConverterMBCSEx::tables() const {
-  return kelulib::builtOrEmpty(m_tables);
+const KelCharSetConverterMBCSEx::Tables& KelCharSetConverterMBCSEx::emptyTables() {
+  static const Tables empty;
+  return empty;
 }
 
 bool KelCharSetConverterMBCSEx::tablesLoaded() const {

@@ -46,7 +46,10 @@ class KELULIB_API KelCharSetConverterMBCS : public KelCharSetConverter {
   virtual void load();
 
   // The tables load() built, or empty ones before that.
-  const Tables& tables() const;
+  const Tables& tables() const {
+    const Tables* built = m_tables.load(std::memory_order_acquire);
+    return built != nullptr ? *built : emptyTables();
+  }
 
   // The built tables, for a subclass's load() to add records to while it
   // holds a lock that every conversion takes; null before loading.
@@ -56,6 +59,9 @@ class KELULIB_API KelCharSetConverterMBCS : public KelCharSetConverter {
   bool tablesLoaded() const;
 
  private:
+  // Tables with no entries, for conversions before loading.
+  static const Tables& emptyTables();
+
   const char* m_tableName;
   std::atomic<Tables*> m_tables;
   ObjLock m_lock;
@@ -77,10 +83,16 @@ class KELULIB_API KelCharSetConverterMBCSEx : public KelCharSetConverter {
   // As KelCharSetConverterMBCS::load.
   virtual void load();
 
-  const Tables& tables() const;
+  const Tables& tables() const {
+    const Tables* built = m_tables.load(std::memory_order_acquire);
+    return built != nullptr ? *built : emptyTables();
+  }
   bool tablesLoaded() const;
 
  private:
+  // Tables with no entries, for conversions before loading.
+  static const Tables& emptyTables();
+
   const char* m_tableName;
   std::atomic<Tables*> m_tables;
   ObjLock m_lock;

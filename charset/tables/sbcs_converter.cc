@@ -4,6 +4,9 @@
 #include <new>
 
 #include "charset/obj_lock_guard.h"
+#include "charset/simd/nonzero_run.h"
+#include "charset/simd/simd_level.h"
+#include "charset/simd/text_kernels.h"
 #include "charset/tables/mapping_records.h"
 #include "charset/tables/two_level_table.h"
 #include "charset/unmappable.h"
@@ -11,6 +14,10 @@
 
 namespace {
 constexpr size_t kByteValues = 256;
+// Shorter runs than this are left to the one-character-at-a-time code.
+constexpr size_t kShortestRun = 32;
+
+bool fastPathsOn() { return kelulib::activeSimdLevel() != kelulib::KelSimdLevel::kScalar; }
 }  // namespace
 
 KelCharSetConverterSBCS::KelCharSetConverterSBCS(const char* tableName, KelCharSet id)
@@ -91,7 +98,23 @@ size_t KelCharSetConverterSBCS::toUTF16(wchar16* dst, void const* src, size_t ds
   size_t count = 0;
   if (table != nullptr) {
     const auto* in = static_cast<const unsigned char*>(src);
+    const bool fast = fastPathsOn();
+    kelulib::KelNonZeroRun<unsigned char> known(in);
     for (int budget = srcLimit; count < dstUnits && budget != 0; ++in) {
+      if (fast && dstUnits - count >= kShortestRun) {
+        // One byte per unit: the loop reads the room's worth of bytes, or
+        // the budget's, unless a zero comes first.
+        size_t window = dstUnits - count;
+        if (budget > 0 && static_cast<size_t>(budget) < window) window = static_cast<size_t>(budget);
+        const size_t readable = known.from(in, window);
+        if (readable >= kShortestRun) {
+          const size_t run = kelulib::mapBytesToUnits(in, readable, table, dst + count);
+          in += run;
+          count += run;
+          if (budget > 0) budget -= static_cast<int>(run);
+          if (count == dstUnits || budget == 0) break;
+        }
+      }
       if (*in == 0) break;
       if (budget > 0) --budget;
       wchar16 unit = table[*in];
@@ -123,7 +146,20 @@ size_t KelCharSetConverterSBCS::fromUTF16(void* dst, wchar16 const* src, size_t 
   const ReverseTable* reverse = m_fromUnicode.load(std::memory_order_acquire);
   if (reverse != nullptr) {
     size_t room = dstBytes;
-    for (const wchar16* in = src; room > 0 && *in != 0; ++in) {
+    const bool fast = fastPathsOn();
+    kelulib::KelNonZeroRun<wchar16> known(src);
+    for (const wchar16* in = src; room > 0; ++in) {
+      if (fast && room >= kShortestRun) {
+        const size_t readable = known.from(in, room);
+        if (readable >= kShortestRun) {
+          const size_t run = kelulib::mapLowUnitsToBytes(in, readable, reverse->page(0), out);
+          in += run;
+          out += run;
+          room -= run;
+          if (room == 0) break;
+        }
+      }
+      if (*in == 0) break;
       const unsigned char byte = reverse->get(*in);
       if (byte != 0) {
         *out++ = byte;

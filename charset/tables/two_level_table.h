@@ -55,6 +55,10 @@ class KelTwoLevelTable {
     return true;
   }
 
+  // The 256 entries of the keys index * 256 to index * 256 + 255 (the
+  // shared zero page when none was stored).
+  const Entry* page(size_t index) const { return m_pages[index]; }
+
   // Pages allocated so far (for memory accounting).
   size_t allocatedPages() const {
     size_t count = 0;

@@ -3,6 +3,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "charset/simd/nonzero_run.h"
+#include "charset/simd/simd_level.h"
+#include "charset/simd/text_kernels.h"
 #include "charset/unmappable.h"
 
 namespace {
@@ -19,6 +22,13 @@ inline bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
 inline unsigned char continuation(unsigned bits) {
   return static_cast<unsigned char>(0x80 | (bits & 0x3F));
 }
+
+// Shorter runs than these are left to the one-character-at-a-time code.
+constexpr size_t kShortestByteRun = 16;
+constexpr size_t kShortestUnitRun = 16;
+constexpr size_t kLeastRoomForUnitRun = 48;
+
+bool fastPathsOn() { return kelulib::activeSimdLevel() != kelulib::KelSimdLevel::kScalar; }
 
 }  // namespace
 
@@ -50,7 +60,28 @@ size_t KelCharSetConverterUTF8::toUTF16(wchar16* dst, void const* src, size_t ds
   size_t room = dstUnits;
   size_t bytesRead = 0;
   bool malformed = false;
+  const bool fast = fastPathsOn();
+  kelulib::KelNonZeroRun<unsigned char> known(in);
   while (room > 0) {
+    if (fast && room >= kShortestByteRun) {
+      // The plain loop below reads at least `room` bytes (every unit takes
+      // one or more) and at most up to the source limit, so a run may look
+      // that far ahead.
+      size_t window = room;
+      if (srcLimit > 0 && static_cast<size_t>(srcLimit) - bytesRead < window) {
+        window = static_cast<size_t>(srcLimit) - bytesRead;
+      }
+      const size_t readable = known.from(in, window);
+      if (readable >= kShortestByteRun) {
+        const kelulib::KelKernelRun run = kelulib::utf8ToUtf16(in, readable, out);
+        in += run.read;
+        bytesRead += run.read;
+        out += run.written;
+        room -= run.written;
+        if (run.read != 0 && srcLimit > 0 && bytesRead >= static_cast<size_t>(srcLimit)) break;
+        if (room == 0) break;
+      }
+    }
     const unsigned char lead = in[0];
     if (lead == 0) break;
     size_t consumed = 1;
@@ -143,7 +174,21 @@ size_t KelCharSetConverterUTF8::fromUTF16(void* dst, wchar16 const* src, size_t 
   unsigned char* out = start;
   size_t room = dstBytes;
   const wchar16* in = src;
+  const bool fast = fastPathsOn();
+  kelulib::KelNonZeroRun<wchar16> known(src);
   while (room > 0) {
+    if (fast && room >= kLeastRoomForUnitRun) {
+      // Every unit becomes at least one byte: `room` units are as far as the
+      // loop below can get.
+      const size_t readable = known.from(in, room);
+      if (readable >= kShortestUnitRun) {
+        const kelulib::KelKernelRun run = kelulib::utf16ToUtf8(in, readable, out, room);
+        in += run.read;
+        out += run.written;
+        room -= run.written;
+        if (room == 0) break;
+      }
+    }
     const unsigned unit = *in;
     if (unit == 0) break;
     if (unit < 0x80) {

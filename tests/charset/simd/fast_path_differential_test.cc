@@ -1,0 +1,398 @@
+// The converters' fast paths against their plain code. For each converter,
+// the same input, room, source limit and policy must give the same output
+// buffer (the units or bytes written, and nothing else touched), the same
+// return value and the same illegal flag at every instruction level this
+// processor has as at KelSimdLevel::kScalar, where no fast path runs.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "charset/converter.h"
+#include "charset/simd/simd_level.h"
+#include "tests/support/guarded_buffer.h"
+
+namespace {
+
+using kelulib::KelSimdLevel;
+using kelulib_test::GuardedBuffer;
+
+const ILLCHAR_OPTYPE kPolicies[] = {ILLCHAR_STOP, ILLCHAR_REPLACE, ILLCHAR_ESCAPE};
+
+// Makes the fast paths use one level for the life of the object.
+class ScopedSimdLevel {
+ public:
+  explicit ScopedSimdLevel(KelSimdLevel level) : m_before(kelulib::setActiveSimdLevel(level)) {}
+  ~ScopedSimdLevel() { kelulib::setActiveSimdLevel(m_before); }
+  ScopedSimdLevel(const ScopedSimdLevel&) = delete;
+  ScopedSimdLevel& operator=(const ScopedSimdLevel&) = delete;
+
+ private:
+  KelSimdLevel m_before;
+};
+
+std::vector<KelSimdLevel> fastLevels() {
+  std::vector<KelSimdLevel> levels;
+  for (int level = static_cast<int>(KelSimdLevel::kSse2);
+       level <= static_cast<int>(kelulib::supportedSimdLevel()); ++level) {
+    levels.push_back(static_cast<KelSimdLevel>(level));
+  }
+  return levels;
+}
+
+std::string levelName(KelSimdLevel level) {
+  switch (level) {
+    case KelSimdLevel::kScalar: return "scalar";
+    case KelSimdLevel::kSse2: return "SSE2";
+    case KelSimdLevel::kAvx2: return "AVX2";
+    case KelSimdLevel::kAvx512: return "AVX-512";
+  }
+  return "?";
+}
+
+// Everything a conversion shows: the whole output buffer with its guards,
+// the return value and the flag.
+template <typename Out>
+struct Outcome {
+  std::vector<Out> buffer;
+  size_t result;
+  bool illegal;
+  bool operator==(const Outcome& other) const {
+    return buffer == other.buffer && result == other.result && illegal == other.illegal;
+  }
+};
+
+// `text` (terminator included) in a heap block of exactly its size.
+template <typename Unit>
+std::unique_ptr<Unit[]> exactCopy(const std::vector<Unit>& text) {
+  std::unique_ptr<Unit[]> copy(new Unit[text.size()]);
+  std::memcpy(copy.get(), text.data(), text.size() * sizeof(Unit));
+  return copy;
+}
+
+Outcome<wchar16> toUtf16(KelCharSetConverter* converter, const std::vector<unsigned char>& text,
+                         size_t room, ILLCHAR_OPTYPE op, int srcLimit) {
+  const auto src = exactCopy(text);
+  GuardedBuffer<wchar16> dst(room + 1, static_cast<wchar16>(0xA5A5));
+  bool illegal = false;
+  const size_t result = converter->toUTF16(dst.data(), src.get(), room, op, &illegal, srcLimit);
+  return {std::vector<wchar16>(dst.data(), dst.data() + room + 1 + GuardedBuffer<wchar16>::kGuardCount),
+          result, illegal};
+}
+
+Outcome<unsigned char> fromUtf16(KelCharSetConverter* converter, const std::vector<wchar16>& text,
+                                 size_t room, ILLCHAR_OPTYPE op) {
+  const auto src = exactCopy(text);
+  // The UTF-8 escape may run one byte past the room per escape; leave it
+  // that much space so that only the comparison judges it.
+  const size_t slack = text.size();
+  GuardedBuffer<unsigned char> dst(room + 1 + slack);
+  bool illegal = false;
+  const size_t result = converter->fromUTF16(dst.data(), src.get(), room, op, &illegal);
+  return {std::vector<unsigned char>(
+              dst.data(), dst.data() + room + 1 + slack + GuardedBuffer<unsigned char>::kGuardCount),
+          result, illegal};
+}
+
+// --- Inputs ------------------------------------------------------------------
+
+// Random text in UTF-16 made of the runs fast paths meet and the characters
+// that end them: ASCII runs, Latin-1, Cyrillic, CJK and Hangul runs, paired
+// and unpaired surrogates, U+FFFF, and now and then a zero unit.
+std::vector<wchar16> randomUnits(std::mt19937& random, size_t length, bool withZeros) {
+  std::vector<wchar16> units;
+  auto pick = [&random](unsigned first, unsigned last) {
+    return static_cast<wchar16>(std::uniform_int_distribution<unsigned>(first, last)(random));
+  };
+  while (units.size() < length) {
+    const unsigned kind = std::uniform_int_distribution<unsigned>(0, 99)(random);
+    const size_t run = std::uniform_int_distribution<size_t>(1, 70)(random);
+    for (size_t i = 0; i < run && units.size() < length; ++i) {
+      if (kind < 30) units.push_back(pick(0x20, 0x7E));
+      else if (kind < 35) units.push_back(pick(0x01, 0x7F));
+      else if (kind < 45) units.push_back(pick(0x80, 0xFF));
+      else if (kind < 55) units.push_back(pick(0x400, 0x44F));
+      else if (kind < 70) units.push_back(pick(0x4E00, 0x9FA5));
+      else if (kind < 75) units.push_back(pick(0x3041, 0x30F6));
+      else if (kind < 83) units.push_back(pick(0xAC00, 0xD7A3));
+      else if (kind < 86) units.push_back(pick(0x2000, 0x20AC));
+      else if (kind < 90) {
+        units.push_back(pick(0xD800, 0xDBFF));
+        units.push_back(pick(0xDC00, 0xDFFF));
+      } else if (kind < 93) units.push_back(pick(0xD800, 0xDFFF));
+      else if (kind < 95) units.push_back(0xFFFF);
+      else if (kind < 97 && withZeros) units.push_back(0);
+      else units.push_back(pick(0x100, 0xFFFD));
+    }
+  }
+  units.resize(length);
+  units.push_back(0);
+  return units;
+}
+
+// Local text for `converter`: random UTF-16 written with it, with random
+// bytes, stray high bytes and now and then a zero byte mixed in.
+std::vector<unsigned char> randomBytes(std::mt19937& random, KelCharSetConverter* converter,
+                                       size_t length, bool withZeros) {
+  std::vector<unsigned char> bytes;
+  while (bytes.size() < length) {
+    const unsigned kind = std::uniform_int_distribution<unsigned>(0, 99)(random);
+    if (kind < 75) {
+      const std::vector<wchar16> units = randomUnits(random, 40, false);
+      std::vector<unsigned char> encoded(40 * 12 + 4);
+      const size_t n = converter->fromUTF16(encoded.data(), units.data(), 40 * 12, ILLCHAR_REPLACE,
+                                            nullptr);
+      bytes.insert(bytes.end(), encoded.begin(), encoded.begin() + static_cast<long>(n));
+    } else if (kind < 90) {
+      const size_t run = std::uniform_int_distribution<size_t>(1, 8)(random);
+      for (size_t i = 0; i < run; ++i) {
+        bytes.push_back(static_cast<unsigned char>(
+            std::uniform_int_distribution<unsigned>(0x80, 0xFF)(random)));
+      }
+    } else if (kind < 97 || !withZeros) {
+      bytes.push_back(
+          static_cast<unsigned char>(std::uniform_int_distribution<unsigned>(1, 0xFF)(random)));
+    } else {
+      bytes.push_back(0);
+    }
+  }
+  bytes.resize(length);
+  for (unsigned char& byte : bytes) {
+    if (byte == 0 && !withZeros) byte = 'z';
+  }
+  bytes.push_back(0);
+  return bytes;
+}
+
+// Hand-made UTF-8 that ends runs in every way: stray continuations, cut
+// sequences at and around block ends, four-byte and invalid leads, overlong
+// and surrogate forms (converted by their bits), all after ASCII runs of
+// every length up to two blocks.
+std::vector<std::vector<unsigned char>> utf8EdgeTexts() {
+  const std::vector<std::vector<unsigned char>> enders = {
+      {0x80},       {0xBF, 0xBF}, {0xC3},       {0xC3, 0x41}, {0xE3, 0x81},
+      {0xE3, 0x41}, {0xE3, 0x81, 0x41},          {0xF0, 0x9F, 0x98, 0x80},
+      {0xF8, 0x80, 0x80, 0x80},  {0xFF},         {0xC0, 0x80}, {0xED, 0xA0, 0x80},
+      {0xEF, 0xBF, 0xBF},        {0xC3, 0xA9},  {0xE6, 0x97, 0xA5}};
+  std::vector<std::vector<unsigned char>> texts;
+  for (size_t lead = 0; lead <= 130; lead += (lead < 70 ? 1 : 7)) {
+    for (const auto& ender : enders) {
+      std::vector<unsigned char> text(lead, 'a');
+      text.insert(text.end(), ender.begin(), ender.end());
+      for (int i = 0; i < 3; ++i) text.insert(text.end(), {0xE6, 0x97, 0xA5, 'x', 0xC3, 0xA9});
+      text.push_back(0);
+      texts.push_back(text);
+    }
+  }
+  return texts;
+}
+
+// The converters with fast paths, and one of each other family.
+const KelCharSet kConverters[] = {
+    KelCS_UTF8,    KelCS_WCP1252, KelCS_ISO_8859_1, KelCS_WCP1250, KelCS_WCP1251,
+    KelCS_WCP1253, KelCS_WCP874,  KelCS_KOI8R,      KelCS_WCP932,  KelCS_WCP936,
+    KelCS_WCP949,  KelCS_WCP950,  KelCS_BIG5,       KelCS_SHIFTJIS, KelCS_SJIS0213,
+    KelCS_EUC_JP,  KelCS_EUC_CN,  KelCS_EUC_KR,     KelCS_GB18030, KelCS_UTF16ESC};
+
+// --- The comparisons ---------------------------------------------------------
+
+// Rooms and source limits tried for a text: every one for short texts, a
+// spread for long ones, always with 0, the edges and just past them.
+std::vector<size_t> sizesUpTo(size_t last, std::mt19937& random) {
+  std::vector<size_t> sizes;
+  if (last <= 160) {
+    for (size_t size = 0; size <= last; ++size) sizes.push_back(size);
+    return sizes;
+  }
+  for (size_t size : {size_t{0}, size_t{1}, size_t{15}, size_t{16}, size_t{17}, size_t{31},
+                      size_t{32}, size_t{33}, size_t{47}, size_t{48}, size_t{63}, size_t{64},
+                      size_t{65}, size_t{95}, size_t{96}, size_t{97}, last / 2, last - 1, last}) {
+    sizes.push_back(size);
+  }
+  for (int i = 0; i < 12; ++i) {
+    sizes.push_back(std::uniform_int_distribution<size_t>(0, last)(random));
+  }
+  return sizes;
+}
+
+void expectSameToUtf16(KelCharSet id, const std::vector<unsigned char>& text,
+                       std::mt19937& random) {
+  KelCharSetConverter* converter = KelCharSetConverter::getConverter(id);
+  const size_t length = text.size() - 1;
+  const std::vector<size_t> rooms = sizesUpTo(length + 2, random);
+  std::vector<int> limits = {-1};
+  for (size_t limit : sizesUpTo(length + 1, random)) limits.push_back(static_cast<int>(limit));
+  for (ILLCHAR_OPTYPE op : kPolicies) {
+    auto compare = [&](size_t room, int limit) {
+      Outcome<wchar16> reference;
+      {
+        ScopedSimdLevel plain(KelSimdLevel::kScalar);
+        reference = toUtf16(converter, text, room, op, limit);
+      }
+      for (KelSimdLevel level : fastLevels()) {
+        ScopedSimdLevel fast(level);
+        ASSERT_TRUE(toUtf16(converter, text, room, op, limit) == reference)
+            << "converter " << id << ", " << levelName(level) << ", room " << room
+            << ", srcLimit " << limit << ", policy " << op << ", text of " << length << " bytes";
+      }
+    };
+    for (size_t room : rooms) compare(room, -1);
+    for (int limit : limits) compare(length + 2, limit);
+    for (int i = 0; i < 24; ++i) {
+      compare(rooms[std::uniform_int_distribution<size_t>(0, rooms.size() - 1)(random)],
+              limits[std::uniform_int_distribution<size_t>(0, limits.size() - 1)(random)]);
+    }
+  }
+}
+
+void expectSameFromUtf16(KelCharSet id, const std::vector<wchar16>& text, std::mt19937& random) {
+  KelCharSetConverter* converter = KelCharSetConverter::getConverter(id);
+  const size_t length = text.size() - 1;
+  for (ILLCHAR_OPTYPE op : kPolicies) {
+    // The UTF-8 escape drops the unit after an unpaired high surrogate, so
+    // a high surrogate just before the terminator would make it read past
+    // the terminator; that input is outside its contract.
+    if (id == KelCS_UTF8 && op == ILLCHAR_ESCAPE && length > 0 &&
+        text[length - 1] >= 0xD800 && text[length - 1] <= 0xDBFF) {
+      continue;
+    }
+    for (size_t room : sizesUpTo(3 * length + 2, random)) {
+      Outcome<unsigned char> reference;
+      {
+        ScopedSimdLevel plain(KelSimdLevel::kScalar);
+        reference = fromUtf16(converter, text, room, op);
+      }
+      for (KelSimdLevel level : fastLevels()) {
+        ScopedSimdLevel fast(level);
+        ASSERT_TRUE(fromUtf16(converter, text, room, op) == reference)
+            << "converter " << id << ", " << levelName(level) << ", room " << room << ", policy "
+            << op << ", text of " << length << " units";
+      }
+    }
+  }
+}
+
+class FastPathDifferential : public testing::TestWithParam<KelCharSet> {};
+
+TEST_P(FastPathDifferential, ToUtf16OfRandomShortTextsMatchesPlainCode) {
+  std::mt19937 random(static_cast<unsigned>(GetParam()));
+  for (size_t length : {0, 1, 2, 15, 16, 17, 33, 64, 65, 100, 130}) {
+    for (bool zeros : {false, true}) {
+      expectSameToUtf16(GetParam(), randomBytes(random, KelCharSetConverter::getConverter(GetParam()),
+                                                length, zeros),
+                        random);
+    }
+  }
+}
+
+TEST_P(FastPathDifferential, ToUtf16OfLongTextsMatchesPlainCode) {
+  std::mt19937 random(static_cast<unsigned>(GetParam()) + 1);
+  KelCharSetConverter* converter = KelCharSetConverter::getConverter(GetParam());
+  for (size_t length : {size_t{1000}, size_t{5000}, size_t{90000}}) {
+    expectSameToUtf16(GetParam(), randomBytes(random, converter, length, false), random);
+  }
+}
+
+TEST_P(FastPathDifferential, FromUtf16OfRandomShortTextsMatchesPlainCode) {
+  std::mt19937 random(static_cast<unsigned>(GetParam()) + 2);
+  for (size_t length : {0, 1, 2, 15, 16, 17, 31, 32, 33, 48, 64, 100}) {
+    for (bool zeros : {false, true}) {
+      expectSameFromUtf16(GetParam(), randomUnits(random, length, zeros), random);
+    }
+  }
+}
+
+TEST_P(FastPathDifferential, FromUtf16OfLongTextsMatchesPlainCode) {
+  std::mt19937 random(static_cast<unsigned>(GetParam()) + 3);
+  for (size_t length : {size_t{1000}, size_t{5000}, size_t{90000}}) {
+    expectSameFromUtf16(GetParam(), randomUnits(random, length, false), random);
+  }
+}
+
+TEST_P(FastPathDifferential, ToUtf16OfAsciiRunsOfEveryLengthMatchesPlainCode) {
+  std::mt19937 random(static_cast<unsigned>(GetParam()) + 4);
+  for (size_t length = 0; length <= 200; ++length) {
+    std::vector<unsigned char> text(length, 'k');
+    text.push_back(0xE9);
+    text.push_back('k');
+    text.push_back(0);
+    KelCharSetConverter* converter = KelCharSetConverter::getConverter(GetParam());
+    for (ILLCHAR_OPTYPE op : kPolicies) {
+      Outcome<wchar16> reference;
+      {
+        ScopedSimdLevel plain(KelSimdLevel::kScalar);
+        reference = toUtf16(converter, text, text.size() + 1, op, -1);
+      }
+      for (KelSimdLevel level : fastLevels()) {
+        ScopedSimdLevel fast(level);
+        ASSERT_TRUE(toUtf16(converter, text, text.size() + 1, op, -1) == reference)
+            << levelName(level) << ", ASCII run of " << length;
+      }
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryFamily, FastPathDifferential, testing::ValuesIn(kConverters),
+                         [](const testing::TestParamInfo<KelCharSet>& info) {
+                           return "cp" + std::to_string(static_cast<int>(info.param));
+                         });
+
+TEST(FastPathDifferentialUtf8, EdgeSequencesAtEveryBlockPositionMatchPlainCode) {
+  std::mt19937 random(7);
+  for (const auto& text : utf8EdgeTexts()) expectSameToUtf16(KelCS_UTF8, text, random);
+}
+
+TEST(FastPathDifferentialUtf8, MalformedBytesAtEveryPositionMatchPlainCode) {
+  std::mt19937 random(8);
+  const unsigned char malformed[] = {0x80, 0xC3, 0xE3, 0xF0, 0xFF};
+  for (unsigned char bad : malformed) {
+    for (size_t at = 0; at < 80; ++at) {
+      std::vector<unsigned char> text;
+      for (int i = 0; i < 30; ++i) text.insert(text.end(), {'a', 0xD0, 0x96, 0xE6, 0x97, 0xA5});
+      text[at] = bad;
+      text.push_back(0);
+      expectSameToUtf16(KelCS_UTF8, text, random);
+    }
+  }
+}
+
+TEST(FastPathDifferentialUtf8, ZeroAtEveryPositionMatchesPlainCode) {
+  std::mt19937 random(9);
+  for (size_t at = 0; at < 140; ++at) {
+    std::vector<unsigned char> text;
+    for (int i = 0; i < 25; ++i) text.insert(text.end(), {'a', 'b', 0xD0, 0x96, 0xE6, 0x97, 0xA5});
+    text[at] = 0;
+    text.push_back(0);
+    expectSameToUtf16(KelCS_UTF8, text, random);
+  }
+}
+
+TEST(FastPathDifferentialUtf16, SurrogateAndZeroAtEveryPositionMatchPlainCode) {
+  std::mt19937 random(10);
+  for (wchar16 special : {wchar16{0xD800}, wchar16{0xDC00}, wchar16{0}, wchar16{0x20AC}}) {
+    for (size_t at = 0; at < 100; ++at) {
+      std::vector<wchar16> text;
+      for (int i = 0; i < 25; ++i) text.insert(text.end(), {u'a', u'\u00E9', u'\u65E5', u'b'});
+      text[at] = special;
+      text.push_back(0);
+      for (KelCharSet id : {KelCS_UTF8, KelCS_WCP1252, KelCS_GB18030, KelCS_EUC_KR}) {
+        expectSameFromUtf16(id, text, random);
+      }
+    }
+  }
+}
+
+TEST(FastPathLevels, ActiveLevelCanBeLoweredAndRestored) {
+  const KelSimdLevel supported = kelulib::supportedSimdLevel();
+  const KelSimdLevel before = kelulib::setActiveSimdLevel(KelSimdLevel::kScalar);
+  EXPECT_EQ(kelulib::activeSimdLevel(), KelSimdLevel::kScalar);
+  kelulib::setActiveSimdLevel(KelSimdLevel::kAvx512);
+  EXPECT_EQ(kelulib::activeSimdLevel(), supported) << "a level beyond the processor is clamped";
+  kelulib::setActiveSimdLevel(before);
+  EXPECT_EQ(kelulib::activeSimdLevel(), before);
+}
+
+}  // namespace
