@@ -18,6 +18,7 @@ constexpr size_t kUnitEscapeLength = 6;
 
 inline bool isHighSurrogate(unsigned unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 inline bool isLowSurrogate(unsigned unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+inline bool isSurrogate(unsigned unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
 
 // Writes the six characters "U+XXXX" of `unit` (upper-case hexadecimal, four
 // digits) to out[0..5]. No terminator.

@@ -29,6 +29,9 @@ KelSimdLevel activeSimdLevel();
 // the plain code; not meant to be called while conversions run.
 KelSimdLevel setActiveSimdLevel(KelSimdLevel level);
 
+// True unless the fast paths are turned off (KelSimdLevel::kScalar).
+inline bool fastPathsOn() { return activeSimdLevel() != KelSimdLevel::kScalar; }
+
 }  // namespace kelulib
 
 #endif  // KELULIB_CHARSET_SIMD_SIMD_LEVEL_H_

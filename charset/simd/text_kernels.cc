@@ -78,4 +78,24 @@ size_t mapLowUnitsToBytes(const wchar16* in, size_t count, const unsigned char* 
   return 0;
 }
 
+KelKernelRun mapUnitsToCodes(const wchar16* in, size_t count, const uint16_t* codes,
+                             unsigned char* out, size_t room) {
+#ifdef KELULIB_X86_KERNELS
+  if (activeSimdLevel() == KelSimdLevel::kAvx512) {
+    return x86::mapUnitsToCodesAvx512(in, count, codes, out, room);
+  }
+#else
+  (void)in, (void)count, (void)codes, (void)out, (void)room;
+#endif
+  return {0, 0};
+}
+
+bool unitCodeLookupsOn() {
+#ifdef KELULIB_X86_KERNELS
+  return activeSimdLevel() == KelSimdLevel::kAvx512;
+#else
+  return false;
+#endif
+}
+
 }  // namespace kelulib

@@ -13,6 +13,7 @@
 #define KELULIB_CHARSET_SIMD_TEXT_KERNELS_H_
 
 #include <cstddef>
+#include <cstdint>
 
 #include "charset/charset_id.h"
 
@@ -53,6 +54,17 @@ size_t mapBytesToUnits(const unsigned char* in, size_t count, const wchar16* tab
 // most `count` bytes.
 size_t mapLowUnitsToBytes(const wchar16* in, size_t count, const unsigned char* table,
                           unsigned char* out);
+
+// Units to the codes `codes` (65,536 entries and two more, readable) gives
+// them: a code below 0x100 as one byte, any other as two, high first. Stops
+// before a surrogate and before a unit whose code is 0. Writes at most
+// `room` bytes.
+KelKernelRun mapUnitsToCodes(const wchar16* in, size_t count, const uint16_t* codes,
+                             unsigned char* out, size_t room);
+
+// True when mapUnitsToCodes converts anything at the active level, so that
+// its table is worth building.
+bool unitCodeLookupsOn();
 
 }  // namespace kelulib
 

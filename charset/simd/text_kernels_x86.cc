@@ -367,8 +367,8 @@ KelKernelRun utf16ToUtf8Avx512(const wchar16* in, size_t count, unsigned char* o
       written += storeUsedBytes(utf8BytesOf(_mm512_extracti64x4_epi64(units, 1), run - 16),
                                 out + written);
     }
-    read += run;
-    if (run < 32) return {read, written};
+    if (run < 32) return {read + run, written};
+    read += 32;
   }
   while (count - read >= 16 && room - written >= 48) {
     const __m256i units = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + read));
@@ -453,6 +453,46 @@ size_t mapLowUnitsToBytesAvx512(const wchar16* in, size_t count, const unsigned 
     return done + run;
   }
   return done;
+}
+
+// Sixteen units at a time: their codes are gathered from the table, each
+// code's one or two bytes (high first) are built in its 32-bit lane, and
+// the bytes in use are compressed together.
+KELULIB_TARGET_AVX512
+KelKernelRun mapUnitsToCodesAvx512(const wchar16* in, size_t count, const uint16_t* codes,
+                                   unsigned char* out, size_t room) {
+  const __m512i low16 = _mm512_set1_epi32(0xFFFF);
+  const __m512i surrogateBits = _mm512_set1_epi32(0xF800);
+  const __m512i surrogate = _mm512_set1_epi32(0xD800);
+  const __m512i firstTwoByteCode = _mm512_set1_epi32(0x100);
+  size_t read = 0;
+  size_t written = 0;
+  while (count - read >= 16 && room - written >= 32) {
+    const __m512i unit =
+        _mm512_cvtepu16_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + read)));
+    const __m512i code = _mm512_and_si512(_mm512_i32gather_epi32(unit, codes, 2), low16);
+    const __mmask16 stops =
+        _mm512_cmpeq_epi32_mask(_mm512_and_si512(unit, surrogateBits), surrogate) |
+        _mm512_cmpeq_epi32_mask(code, _mm512_setzero_si512());
+    const auto run = static_cast<unsigned>(__builtin_ctz(uint32_t{stops} | 0x10000));
+    if (run == 0) break;
+    const __mmask16 twoBytes = _mm512_cmpge_epu32_mask(code, firstTwoByteCode);
+    // Two-byte codes swap into byte order (high byte first).
+    const __m512i swapped =
+        _mm512_or_si512(_mm512_srli_epi32(code, 8), _mm512_slli_epi32(_mm512_and_si512(code, _mm512_set1_epi32(0xFF)), 8));
+    const __m512i bytes = _mm512_mask_blend_epi32(twoBytes, code, swapped);
+    __m512i width = _mm512_mask_blend_epi32(twoBytes, _mm512_set1_epi32(0xFF), low16);
+    width = _mm512_maskz_mov_epi32(static_cast<__mmask16>(lowLanes32(run)), width);
+    const __mmask64 used = _mm512_test_epi8_mask(width, width);
+    const auto length = static_cast<unsigned>(__builtin_popcountll(used));
+    _mm512_mask_storeu_epi8(out + written, lowLanes64(length), _mm512_maskz_compress_epi8(used, bytes));
+    written += length;
+    // A whole block moves on by a constant, so that the next block's
+    // look-ups need not wait for this one's.
+    if (run < 16) return {read + run, written};
+    read += 16;
+  }
+  return {read, written};
 }
 
 }  // namespace x86

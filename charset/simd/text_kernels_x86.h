@@ -6,6 +6,7 @@
 #define KELULIB_CHARSET_SIMD_TEXT_KERNELS_X86_H_
 
 #include <cstddef>
+#include <cstdint>
 
 #include "charset/charset_id.h"
 #include "charset/simd/text_kernels.h"
@@ -31,6 +32,8 @@ size_t mapBytesToUnitsAvx512(const unsigned char* in, size_t count, const wchar1
                              wchar16* out);
 size_t mapLowUnitsToBytesAvx512(const wchar16* in, size_t count, const unsigned char* table,
                                 unsigned char* out);
+KelKernelRun mapUnitsToCodesAvx512(const wchar16* in, size_t count, const uint16_t* codes,
+                                   unsigned char* out, size_t room);
 
 }  // namespace x86
 }  // namespace kelulib

@@ -55,6 +55,17 @@ constexpr ByteRange kChineseTrails[] = {{0x40, 0x7F}, {0xA1, 0xFE}};
 constexpr ByteRange kKoreanTrails[] = {{0x41, 0x5A}, {0x61, 0x7A}, {0x81, 0xFE}};
 constexpr ByteRange kBig5Trails[] = {{0x40, 0x7E}, {0xA1, 0xFE}};
 
+// Lead bytes are never ASCII: the converters copy runs of ASCII bytes
+// without looking at their classes.
+template <size_t kCount>
+constexpr bool leadsAboveAscii(const ByteRange (&leads)[kCount]) {
+  for (const ByteRange& range : leads) {
+    if (range.first < 0x80) return false;
+  }
+  return true;
+}
+static_assert(leadsAboveAscii(kJapaneseLeads) && leadsAboveAscii(kWideLeads));
+
 }  // namespace
 
 const KelByteClasses kJapaneseByteClasses = makeByteClasses(kJapaneseLeads, kJapaneseTrails);

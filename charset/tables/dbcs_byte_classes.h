@@ -11,6 +11,9 @@
 //   Traditional Chinese  0x81-0xFE           0x40-0x7F 0xA1-0xFE
 //   Big5                 0x81-0xFE           0x40-0x7E 0xA1-0xFE
 //
+// No lead byte is below 0x80 (checked when the tables are built), so a
+// byte below 0x80 is always a character of its own.
+//
 // The two Chinese tables are the same, and both deliberately count 0x7F as
 // a trail byte and 0x80-0xA0 as none: the pairs of code pages 936 and 950
 // with such a second byte are written from Unicode but never read back

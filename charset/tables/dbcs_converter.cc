@@ -36,6 +36,29 @@ size_t countUnits(const KelCharSetConverterDBCSBase& classes, const unsigned cha
   return units;
 }
 
+// The run step of decode: single bytes and pairs that map to a unit of the
+// BMP; characters beyond it (tables of 32-bit scalars) are left to the
+// general step.
+template <typename Tables>
+auto runStep(const KelCharSetConverterDBCSBase& classes, const Tables& tables) {
+  return [&classes, &tables](const unsigned char* in) -> kelulib::KelRunUnit {
+    const unsigned char b = in[0];
+    const bool pair = classes.isLeadByte(b);
+    if (pair && !classes.isTrailByte(in[1])) return {0, 0};
+    const auto scalar = tables.toUnicode(static_cast<uint16_t>(pair ? b << 8 | in[1] : b));
+    if (scalar == 0 || scalar > 0xFFFF) return {0, 0};
+    return {static_cast<wchar16>(scalar), pair ? size_t{2} : size_t{1}};
+  };
+}
+
+// The run step of encode: BMP characters other than surrogates with a code.
+template <typename Tables>
+auto codeOfUnit(const Tables& tables) {
+  return [&tables](wchar16 unit) -> uint16_t {
+    return kelulib::isSurrogate(unit) ? 0 : tables.fromUnicode(unit);
+  };
+}
+
 template <typename Tables>
 size_t decode(const KelCharSetConverterDBCSBase& classes, const Tables& tables, wchar16* dst,
               const void* src, size_t dstUnits, ILLCHAR_OPTYPE op, bool* illegal, int srcLimit) {
@@ -48,7 +71,8 @@ size_t decode(const KelCharSetConverterDBCSBase& classes, const Tables& tables, 
         // alone, and the budget is not tested after it.
         if (!classes.isTrailByte(in[1])) return {0, 1, false};
         return {tables.toUnicode(static_cast<uint16_t>(b << 8 | in[1])), 2, true};
-      });
+      },
+      runStep(classes, tables), tables.asciiMapsToItself());
 }
 
 // A character of the UTF-16 text: its scalar and the units it takes.
@@ -118,7 +142,7 @@ bool putUnmappable(KelByteWriter& out, KelIllegalFlag& flag, uint32_t character,
 
 template <typename Tables>
 size_t encode(const Tables& tables, void* dst, const wchar16* src, size_t dstBytes,
-              ILLCHAR_OPTYPE op, bool* illegal) {
+              ILLCHAR_OPTYPE op, bool* illegal, const uint16_t* unitCodes) {
   return kelulib::encodeText(
       dst, src, dstBytes, illegal,
       [&](const wchar16* at, KelByteWriter& out, KelIllegalFlag& flag) -> size_t {
@@ -128,7 +152,8 @@ size_t encode(const Tables& tables, void* dst, const wchar16* src, size_t dstByt
                              : code != 0   ? out.put(code, 1)
                                            : putUnmappable(out, flag, character.scalar, op);
         return written ? character.units : 0;
-      });
+      },
+      codeOfUnit(tables), tables.asciiMapsToItself(), unitCodes);
 }
 
 }  // namespace
@@ -167,7 +192,13 @@ size_t KelCharSetConverterDBCS::fromUTF16(void* dst, wchar16 const* src, size_t 
                                           ILLCHAR_OPTYPE op, bool* illegal) {
   if (dst == nullptr || src == nullptr) return 0;
   load();
-  return encode(tables(), dst, src, dstBytes, op, illegal);
+  const uint16_t* codes = nullptr;
+  if (kelulib::unitCodeLookupsOn()) {
+    codes = unitCodes([](const KelCharSetConverterMBCS& self, wchar16 unit) {
+      return codeOfUnit(static_cast<const KelCharSetConverterDBCS&>(self).tables())(unit);
+    });
+  }
+  return encode(tables(), dst, src, dstBytes, op, illegal, codes);
 }
 
 size_t KelCharSetConverterDBCS::getMinUnitSize() const { return 1; }
@@ -209,7 +240,7 @@ size_t KelCharSetConverterDBCSEx::fromUTF16(void* dst, wchar16 const* src, size_
                                             ILLCHAR_OPTYPE op, bool* illegal) {
   if (dst == nullptr || src == nullptr) return 0;
   load();
-  return encode(tables(), dst, src, dstBytes, op, illegal);
+  return encode(tables(), dst, src, dstBytes, op, illegal, nullptr);
 }
 
 size_t KelCharSetConverterDBCSEx::getMinUnitSize() const { return 1; }

@@ -32,6 +32,12 @@ size_t KelCharSetConverterEUC_CN_KR::toUTF16(wchar16* dst, void const* src, size
         // before any other, is illegal alone.
         if (!isLeadCS1(in[0]) || !isLeadCS1(in[1])) return {0, 1, true};
         return {tables().toUnicode(kelulib::rowCellCode(in[0], in[1])), 2, true};
+      },
+      [&tables = tables()](const unsigned char* in) -> kelulib::KelRunUnit {
+        if (isCS0(in[0])) return {in[0], 1};
+        if (!isLeadCS1(in[0]) || !isLeadCS1(in[1])) return {0, 0};
+        const wchar16 unit = tables.toUnicode(kelulib::rowCellCode(in[0], in[1]));
+        return {unit, unit != 0 ? size_t{2} : size_t{0}};
       });
 }
 
@@ -43,6 +49,13 @@ size_t KelCharSetConverterEUC_CN_KR::getNumBytes(wchar16 const* src, size_t srcU
     bytes += src[i] > 0x7E && tables().fromUnicode(src[i]) != 0 ? 2 : 1;
   }
   return bytes;
+}
+
+uint16_t KelCharSetConverterEUC_CN_KR::codeOf(const KelCharSetConverterMBCS& self, wchar16 unit) {
+  if (isCS0(unit)) return unit;
+  const uint16_t code =
+      static_cast<const KelCharSetConverterEUC_CN_KR&>(self).tables().fromUnicode(unit);
+  return code != 0 ? static_cast<uint16_t>(code + kelulib::kEucOffset) : 0;
 }
 
 size_t KelCharSetConverterEUC_CN_KR::fromUTF16(void* dst, wchar16 const* src, size_t dstBytes,
@@ -58,7 +71,9 @@ size_t KelCharSetConverterEUC_CN_KR::fromUTF16(void* dst, wchar16 const* src, si
         const bool written = code != 0 ? out.put(code + kelulib::kEucOffset, 2)
                                        : out.putUnmappableUnit(flag, unit, op);
         return written ? 1 : 0;
-      });
+      },
+      [this](wchar16 unit) { return codeOf(*this, unit); }, false,
+      kelulib::unitCodeLookupsOn() ? unitCodes(&codeOf) : nullptr);
 }
 
 size_t KelCharSetConverterEUC_CN_KR::getMinUnitSize() const { return 1; }

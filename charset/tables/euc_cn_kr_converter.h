@@ -49,6 +49,12 @@ class KELULIB_API KelCharSetConverterEUC_CN_KR : public KelCharSetConverterMBCS 
   static bool isCS0(unsigned b) { return b < 0x7F; }
   // A byte of a two-byte character.
   static bool isLeadCS1(unsigned b) { return b >= 0xA1 && b <= 0xFE; }
+
+ private:
+  // What fromUTF16 writes for `unit` in one piece: the unit itself below
+  // 0x7F, else the two bytes of its code (high first); 0 when unmapped or a
+  // surrogate.
+  static uint16_t codeOf(const KelCharSetConverterMBCS& self, wchar16 unit);
 };
 
 #endif  // KELULIB_CHARSET_TABLES_EUC_CN_KR_CONVERTER_H_

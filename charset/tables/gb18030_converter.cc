@@ -147,8 +147,23 @@ size_t KelCharSetConverterGB18030::toUTF16(wchar16* dst, void const* src, size_t
                                            ILLCHAR_OPTYPE op, bool* illegal, int srcLimit) {
   if (dst == nullptr || src == nullptr) return 0;
   load();
-  return kelulib::decodeText(dst, src, dstUnits, op, illegal, srcLimit,
-                             [this](const unsigned char* in) { return decodeAt(in, kUnbounded); });
+  const Tables& gbk = tables();
+  return kelulib::decodeText(
+      dst, src, dstUnits, op, illegal, srcLimit,
+      [this](const unsigned char* in) { return decodeAt(in, kUnbounded); },
+      // Runs take single bytes and the two-byte characters of the GBK table;
+      // four-byte sequences and anything unmapped go to decodeAt.
+      [&gbk](const unsigned char* in) -> kelulib::KelRunUnit {
+        const unsigned char b = in[0];
+        if (isSBCS(b)) {
+          const wchar16 unit = gbk.toUnicode(b);
+          return {unit, unit != 0 ? size_t{1} : size_t{0}};
+        }
+        if (!isLeadMBCS(b) || !isTrailDBCS(in[1])) return {0, 0};
+        const wchar16 unit = gbk.toUnicode(static_cast<uint16_t>(makeScalar(b, in[1])));
+        return {unit, unit != 0 ? size_t{2} : size_t{0}};
+      },
+      gbk.asciiMapsToItself());
 }
 
 size_t KelCharSetConverterGB18030::getNumBytes(wchar16 const* src, size_t srcUnits) {
@@ -166,6 +181,11 @@ size_t KelCharSetConverterGB18030::getNumBytes(wchar16 const* src, size_t srcUni
     bytes += bytesOf(kelulib::combineSurrogates(unit, src[i]) + kSupplementaryOffset);
   }
   return bytes;
+}
+
+uint16_t KelCharSetConverterGB18030::gbkCodeOf(const KelCharSetConverterMBCS& self, wchar16 unit) {
+  if (kelulib::isSurrogate(unit)) return 0;
+  return static_cast<const KelCharSetConverterGB18030&>(self).tables().fromUnicode(unit);
 }
 
 size_t KelCharSetConverterGB18030::fromUTF16(void* dst, wchar16 const* src, size_t dstBytes,
@@ -194,7 +214,11 @@ size_t KelCharSetConverterGB18030::fromUTF16(void* dst, wchar16 const* src, size
                     return kelulib::writeUnmappablePair(escape, room, unit, low, op);
                   });
         return written ? 2 : 0;
-      });
+      },
+      // Runs take the units of the GBK table; the four-byte ranges and
+      // surrogates go to the general step.
+      [this](wchar16 unit) { return gbkCodeOf(*this, unit); }, tables().asciiMapsToItself(),
+      kelulib::unitCodeLookupsOn() ? unitCodes(&gbkCodeOf) : nullptr);
 }
 
 size_t KelCharSetConverterGB18030::getMinUnitSize() const { return 1; }

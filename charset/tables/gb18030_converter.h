@@ -88,6 +88,10 @@ class KELULIB_API KelCharSetConverterGB18030 : public KelCharSetConverterMBCS {
  private:
   using RangeIndex = const kelulib::gb18030TableData**;
 
+  // The code of `unit` in the two-byte (GBK) table: one byte below 0x100,
+  // else two; 0 for surrogates and units written from the four-byte ranges.
+  static uint16_t gbkCodeOf(const KelCharSetConverterMBCS& self, wchar16 unit);
+
   // The character at `in` (a non-zero byte), of which `left` bytes may be
   // read (sequences longer than that are cut).
   kelulib::KelDecoded decodeAt(const unsigned char* in, size_t left) const;

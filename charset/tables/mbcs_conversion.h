@@ -9,7 +9,13 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <cstring>
+#include <type_traits>
+
 #include "charset/converter.h"
+#include "charset/simd/nonzero_run.h"
+#include "charset/simd/simd_level.h"
+#include "charset/simd/text_kernels.h"
 #include "charset/unmappable.h"
 
 namespace kelulib {
@@ -53,6 +59,12 @@ class KelUnitWriter {
   KelUnitWriter(wchar16* dst, size_t room) : m_dst(dst), m_room(room) {}
 
   bool full() const { return m_count == m_room; }
+  size_t roomLeft() const { return m_room - m_count; }
+
+  // Where the next unit goes, for a run written directly; advance() then
+  // counts what it wrote (at most roomLeft()).
+  wchar16* next() const { return m_dst + m_count; }
+  void advance(size_t units) { m_count += units; }
 
   // Writes `scalar`: a surrogate pair for U+10000-U+10FFFF, else one unit
   // (its low 16 bits). Returns false, writing nothing, when it does not fit.
@@ -95,6 +107,15 @@ class KelByteWriter {
       : m_start(static_cast<unsigned char*>(dst)), m_next(m_start), m_room(room) {}
 
   bool full() const { return m_room == 0; }
+  size_t roomLeft() const { return m_room; }
+
+  // Where the next byte goes, for a run written directly; advance() then
+  // counts what it wrote (at most roomLeft()).
+  unsigned char* next() const { return m_next; }
+  void advance(size_t bytes) {
+    m_next += bytes;
+    m_room -= bytes;
+  }
 
   // Writes the `length` low bytes of `code`, high byte first. Returns false,
   // writing nothing, when fewer than `length` bytes of room remain.
@@ -146,19 +167,136 @@ struct KelDecoded {
   bool budgetTested;
 };
 
+// --- Runs --------------------------------------------------------------------
+//
+// A converter may give the loops below a run step: the common characters
+// (those that map to one unit from one or two bytes, or to a code of one or
+// two bytes from one unit) are read or written without the general step's
+// checks, up to the first character the run step declines. The general step
+// then takes that character, exactly as it would have without runs.
+
+// A character read by a run step: its unit and the bytes it took; a length
+// of 0 declines the character.
+struct KelRunUnit {
+  wchar16 unit;
+  size_t length;
+};
+
+// The loops' default: no run step.
+struct KelNoRunStep {
+  KelRunUnit operator()(const unsigned char*) const { return {0, 0}; }
+  uint16_t operator()(wchar16) const { return 0; }
+};
+
+// Runs shorter than this are left to the general step.
+constexpr size_t kShortestMultiByteRun = 16;
+
+// True when the eight bytes at `in` are all ASCII: worth a block copy.
+inline bool eightAsciiBytes(const unsigned char* in) {
+  uint64_t bytes;
+  std::memcpy(&bytes, in, sizeof bytes);
+  return (bytes & 0x8080808080808080u) == 0;
+}
+
+// True when the eight units at `in` are all ASCII.
+inline bool eightAsciiUnits(const wchar16* in) {
+  uint64_t first;
+  uint64_t second;
+  std::memcpy(&first, in, sizeof first);
+  std::memcpy(&second, in + 4, sizeof second);
+  return ((first | second) & 0xFF80FF80FF80FF80u) == 0;
+}
+
+// Reads characters with step(at) from the `count` bytes at `in` (none of
+// them zero; a step may look at two bytes) into `out`, one unit each, and
+// ASCII in blocks when bytes 0x01-0x7F are their own units. Returns the
+// bytes read and units written.
+template <typename Step>
+KelKernelRun decodeRun(const unsigned char* in, size_t count, wchar16* out,
+                       bool asciiMapsToItself, Step step) {
+  size_t read = 0;
+  size_t written = 0;
+  while (count - read >= 2) {
+    if (asciiMapsToItself && count - read >= 8 && eightAsciiBytes(in + read)) {
+      const size_t ascii = widenAscii(in + read, count - read, out + written);
+      read += ascii;
+      written += ascii;
+      if (count - read < 2) break;
+    }
+    const KelRunUnit character = step(in + read);
+    if (character.length == 0) break;
+    out[written++] = character.unit;
+    read += character.length;
+  }
+  return {read, written};
+}
+
+// Writes the `count` units at `in` (none of them zero) to `out` (room
+// `room`) while codeOf(unit) gives a code: below 0x100 one byte, else two,
+// high first; units 0x01-0x7F in blocks when they are their own bytes.
+// Returns the units read and bytes written.
+template <typename CodeOf>
+KelKernelRun encodeRun(const wchar16* in, size_t count, unsigned char* out, size_t room,
+                       bool asciiMapsToItself, CodeOf codeOf) {
+  size_t read = 0;
+  size_t written = 0;
+  while (read < count && room - written >= 2) {
+    if (asciiMapsToItself && count - read >= 8 && eightAsciiUnits(in + read)) {
+      const size_t left = count - read < room - written ? count - read : room - written;
+      const size_t ascii = narrowAscii(in + read, left, out + written);
+      read += ascii;
+      written += ascii;
+      if (read == count || room - written < 2) break;
+    }
+    const uint16_t code = codeOf(in[read]);
+    if (code == 0) break;
+    // Both bytes are stored either way; after a one-byte code the second is
+    // overwritten by the next character or by the terminator.
+    const unsigned twoBytes = code >= 0x100;
+    out[written] = static_cast<unsigned char>(code >> (8 * twoBytes));
+    out[written + 1] = static_cast<unsigned char>(code);
+    written += 1 + twoBytes;
+    ++read;
+  }
+  return {read, written};
+}
+
 // The toUTF16 loop: reads characters with decodeAt(in) (`in` at a non-zero
 // byte) into `dst` until a zero byte, until the room is used up, or, after a
 // character whose budget is tested, once `srcLimit` bytes (when it is 1 or
 // more) have been read. Illegal characters follow `op`. Writes the
-// terminator; returns the units written.
-template <typename DecodeAt>
+// terminator; returns the units written. With a run step, runs of common
+// characters are read through it first (see decodeRun).
+template <typename DecodeAt, typename RunStep = KelNoRunStep>
 size_t decodeText(wchar16* dst, const void* src, size_t dstUnits, ILLCHAR_OPTYPE op, bool* illegal,
-                  int srcLimit, DecodeAt decodeAt) {
+                  int srcLimit, DecodeAt decodeAt, RunStep runStep = {},
+                  bool asciiMapsToItself = false) {
   KelIllegalFlag flag(illegal);
   KelUnitWriter out(dst, dstUnits);
   const auto* in = static_cast<const unsigned char*>(src);
   size_t consumed = 0;
+  const bool runs = !std::is_same_v<RunStep, KelNoRunStep> && fastPathsOn();
+  KelNonZeroRun<unsigned char> known(in);
   while (!out.full() && in[consumed] != 0) {
+    if (runs) {
+      // Every unit takes at least one byte: the loop reads the room's worth
+      // of bytes, or up to the source limit, unless a zero comes first.
+      size_t window = out.roomLeft();
+      if (srcLimit >= 1) {
+        const auto limit = static_cast<size_t>(srcLimit);
+        window = consumed >= limit ? 0 : limit - consumed < window ? limit - consumed : window;
+      }
+      const size_t readable =
+          window >= kShortestMultiByteRun ? known.from(in + consumed, window) : 0;
+      if (readable >= kShortestMultiByteRun) {
+        const KelKernelRun run =
+            decodeRun(in + consumed, readable, out.next(), asciiMapsToItself, runStep);
+        consumed += run.read;
+        out.advance(run.written);
+        if (run.read != 0 && srcLimit >= 1 && consumed >= static_cast<size_t>(srcLimit)) break;
+        if (out.full() || in[consumed] == 0) break;
+      }
+    }
     const KelDecoded decoded = decodeAt(in + consumed);
     consumed += decoded.length;
     if (decoded.scalar == 0 ? !out.putIllegal(op, flag) : !out.putScalar(decoded.scalar)) break;
@@ -170,13 +308,35 @@ size_t decodeText(wchar16* dst, const void* src, size_t dstUnits, ILLCHAR_OPTYPE
 // The fromUTF16 loop: writes the zero-terminated `src` while room remains,
 // a character at a time with encodeAt(at, out, flag) (`at` at a non-zero
 // unit), which returns the units it took, or 0 when the conversion stops
-// there. Writes the terminating zero byte; returns the bytes written.
-template <typename EncodeAt>
+// there. Writes the terminating zero byte; returns the bytes written. With
+// a run step, runs of common characters are written through it first (see
+// encodeRun).
+template <typename EncodeAt, typename CodeOf = KelNoRunStep>
 size_t encodeText(void* dst, const wchar16* src, size_t dstBytes, bool* illegal,
-                  EncodeAt encodeAt) {
+                  EncodeAt encodeAt, CodeOf codeOf = {}, bool asciiMapsToItself = false,
+                  const uint16_t* unitCodes = nullptr) {
   KelIllegalFlag flag(illegal);
   KelByteWriter out(dst, dstBytes);
+  const bool runs = !std::is_same_v<CodeOf, KelNoRunStep> && fastPathsOn();
+  KelNonZeroRun<wchar16> known(src);
   for (const wchar16* at = src; !out.full() && *at != 0;) {
+    if (runs && out.roomLeft() >= kShortestMultiByteRun) {
+      // Every unit becomes at least one byte.
+      const size_t readable = known.from(at, out.roomLeft());
+      if (readable >= kShortestMultiByteRun) {
+        KelKernelRun run{0, 0};
+        if (unitCodes != nullptr) {
+          run = mapUnitsToCodes(at, readable, unitCodes, out.next(), out.roomLeft());
+          at += run.read;
+          out.advance(run.written);
+        }
+        run = encodeRun(at, readable - run.read, out.next(), out.roomLeft(), asciiMapsToItself,
+                        codeOf);
+        at += run.read;
+        out.advance(run.written);
+        if (out.full() || *at == 0) break;
+      }
+    }
     const size_t taken = encodeAt(at, out, flag);
     if (taken == 0) break;
     at += taken;

@@ -58,12 +58,23 @@ class KELULIB_API KelCharSetConverterMBCS : public KelCharSetConverter {
   // True once load() has built the tables.
   bool tablesLoaded() const;
 
+  // What a converter writes for a unit of the BMP: a code of one byte
+  // (below 0x100) or two, or 0 for a unit it writes otherwise.
+  using UnitCodeFunction = uint16_t (*)(const KelCharSetConverterMBCS& converter, wchar16 unit);
+
+  // The codes of all 65,536 units (and two zeros after them), as
+  // `unitCode` gives them from the loaded tables, for writing runs of text
+  // with vector look-ups; built on the first call after loading, the same
+  // `unitCode` every time. Null before loading or when memory runs out.
+  const uint16_t* unitCodes(UnitCodeFunction unitCode) const;
+
  private:
   // Tables with no entries, for conversions before loading.
   static const Tables& emptyTables();
 
   const char* m_tableName;
   std::atomic<Tables*> m_tables;
+  mutable std::atomic<uint16_t*> m_unitCodes;
   ObjLock m_lock;
 };
 

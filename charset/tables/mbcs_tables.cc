@@ -6,6 +6,7 @@ namespace kelulib {
 
 template <typename Record, size_t kReversePageCount>
 void KelMultiByteTables<Record, kReversePageCount>::add(uint16_t code, Unicode unicode) {
+  m_asciiMapsToItself = false;
   m_toUnicode.set(code, unicode);
   if (unicode < kReverseLimit) m_fromUnicode.set(unicode, code);
 }
@@ -19,6 +20,15 @@ bool KelMultiByteTables<Record, kReversePageCount>::load(const char* tableName) 
     add(record.code, record.unicode);
     return true;
   });
+  m_asciiMapsToItself = computeAsciiMapsToItself();
+  return true;
+}
+
+template <typename Record, size_t kReversePageCount>
+bool KelMultiByteTables<Record, kReversePageCount>::computeAsciiMapsToItself() const {
+  for (uint16_t ascii = 0x01; ascii <= 0x7F; ++ascii) {
+    if (toUnicode(ascii) != ascii || fromUnicode(ascii) != ascii) return false;
+  }
   return true;
 }
 

@@ -52,13 +52,21 @@ class KelMultiByteTables {
   // `tableName` is null).
   bool load(const char* tableName);
 
+  // True when load() found the bytes and units 0x01-0x7F mapped to
+  // themselves in both directions, so that runs of ASCII can be copied
+  // without look-ups; false again after any later add().
+  bool asciiMapsToItself() const { return m_asciiMapsToItself; }
+
   // Pages allocated in each direction (for memory accounting).
   size_t forwardPages() const { return m_toUnicode.allocatedPages(); }
   size_t reversePages() const { return m_fromUnicode.allocatedPages(); }
 
  private:
+  bool computeAsciiMapsToItself() const;
+
   ForwardTable m_toUnicode;
   ReverseTable m_fromUnicode;
+  bool m_asciiMapsToItself = false;
 };
 
 constexpr size_t kUnicodePlanes = 17;

@@ -16,8 +16,6 @@ namespace {
 constexpr size_t kByteValues = 256;
 // Shorter runs than this are left to the one-character-at-a-time code.
 constexpr size_t kShortestRun = 32;
-
-bool fastPathsOn() { return kelulib::activeSimdLevel() != kelulib::KelSimdLevel::kScalar; }
 }  // namespace
 
 KelCharSetConverterSBCS::KelCharSetConverterSBCS(const char* tableName, KelCharSet id)
@@ -98,7 +96,7 @@ size_t KelCharSetConverterSBCS::toUTF16(wchar16* dst, void const* src, size_t ds
   size_t count = 0;
   if (table != nullptr) {
     const auto* in = static_cast<const unsigned char*>(src);
-    const bool fast = fastPathsOn();
+    const bool fast = kelulib::fastPathsOn();
     kelulib::KelNonZeroRun<unsigned char> known(in);
     for (int budget = srcLimit; count < dstUnits && budget != 0; ++in) {
       if (fast && dstUnits - count >= kShortestRun) {
@@ -146,7 +144,7 @@ size_t KelCharSetConverterSBCS::fromUTF16(void* dst, wchar16 const* src, size_t 
   const ReverseTable* reverse = m_fromUnicode.load(std::memory_order_acquire);
   if (reverse != nullptr) {
     size_t room = dstBytes;
-    const bool fast = fastPathsOn();
+    const bool fast = kelulib::fastPathsOn();
     kelulib::KelNonZeroRun<wchar16> known(src);
     for (const wchar16* in = src; room > 0; ++in) {
       if (fast && room >= kShortestRun) {

@@ -28,8 +28,6 @@ constexpr size_t kShortestByteRun = 16;
 constexpr size_t kShortestUnitRun = 16;
 constexpr size_t kLeastRoomForUnitRun = 48;
 
-bool fastPathsOn() { return kelulib::activeSimdLevel() != kelulib::KelSimdLevel::kScalar; }
-
 }  // namespace
 
 KelCharSetConverterUTF8::KelCharSetConverterUTF8() : KelCharSetConverter(KelCS_UTF8) {}
@@ -60,7 +58,7 @@ size_t KelCharSetConverterUTF8::toUTF16(wchar16* dst, void const* src, size_t ds
   size_t room = dstUnits;
   size_t bytesRead = 0;
   bool malformed = false;
-  const bool fast = fastPathsOn();
+  const bool fast = kelulib::fastPathsOn();
   kelulib::KelNonZeroRun<unsigned char> known(in);
   while (room > 0) {
     if (fast && room >= kShortestByteRun) {
@@ -174,7 +172,7 @@ size_t KelCharSetConverterUTF8::fromUTF16(void* dst, wchar16 const* src, size_t 
   unsigned char* out = start;
   size_t room = dstBytes;
   const wchar16* in = src;
-  const bool fast = fastPathsOn();
+  const bool fast = kelulib::fastPathsOn();
   kelulib::KelNonZeroRun<wchar16> known(src);
   while (room > 0) {
     if (fast && room >= kLeastRoomForUnitRun) {
