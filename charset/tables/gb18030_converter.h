@@ -75,7 +75,7 @@ class KELULIB_API KelCharSetConverterGB18030 : public KelCharSetConverterMBCS {
   // the latter.
   static bool isLeadMBCS(unsigned char b) { return b >= 0x81 && b <= 0xFE; }
   static bool isTrailDBCS(unsigned char b) {
-    return (b >= 0x40 && b <= 0x7E) || (b >= 0x80 && b <= 0xFE);
+    return static_cast<unsigned char>(b - 0x40) <= 0xFE - 0x40 && b != 0x7F;
   }
   // The second and fourth bytes of a four-byte sequence.
   static bool isFourthFBCS(unsigned char b) { return b >= 0x30 && b <= 0x39; }
