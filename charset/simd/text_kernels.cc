@@ -8,30 +8,30 @@ namespace kelulib {
 // Levels without a kernel of their own fall back to the next lower level
 // that has one; kScalar always does nothing.
 
-size_t widenAscii(const unsigned char* in, size_t count, wchar16* out) {
+size_t widenAscii(const unsigned char* in, size_t count, wchar16* out, unsigned end) {
 #ifdef KELULIB_X86_KERNELS
   switch (activeSimdLevel()) {
-    case KelSimdLevel::kAvx512: return x86::widenAsciiAvx512(in, count, out);
-    case KelSimdLevel::kAvx2: return x86::widenAsciiAvx2(in, count, out);
-    case KelSimdLevel::kSse2: return x86::widenAsciiSse2(in, count, out);
+    case KelSimdLevel::kAvx512: return x86::widenAsciiAvx512(in, count, out, end);
+    case KelSimdLevel::kAvx2: return x86::widenAsciiAvx2(in, count, out, end);
+    case KelSimdLevel::kSse2: return x86::widenAsciiSse2(in, count, out, end);
     case KelSimdLevel::kScalar: break;
   }
 #else
-  (void)in, (void)count, (void)out;
+  (void)in, (void)count, (void)out, (void)end;
 #endif
   return 0;
 }
 
-size_t narrowAscii(const wchar16* in, size_t count, unsigned char* out) {
+size_t narrowAscii(const wchar16* in, size_t count, unsigned char* out, unsigned end) {
 #ifdef KELULIB_X86_KERNELS
   switch (activeSimdLevel()) {
-    case KelSimdLevel::kAvx512: return x86::narrowAsciiAvx512(in, count, out);
-    case KelSimdLevel::kAvx2: return x86::narrowAsciiAvx2(in, count, out);
-    case KelSimdLevel::kSse2: return x86::narrowAsciiSse2(in, count, out);
+    case KelSimdLevel::kAvx512: return x86::narrowAsciiAvx512(in, count, out, end);
+    case KelSimdLevel::kAvx2: return x86::narrowAsciiAvx2(in, count, out, end);
+    case KelSimdLevel::kSse2: return x86::narrowAsciiSse2(in, count, out, end);
     case KelSimdLevel::kScalar: break;
   }
 #else
-  (void)in, (void)count, (void)out;
+  (void)in, (void)count, (void)out, (void)end;
 #endif
   return 0;
 }
@@ -79,18 +79,30 @@ size_t mapLowUnitsToBytes(const wchar16* in, size_t count, const unsigned char* 
 }
 
 KelKernelRun mapUnitsToCodes(const wchar16* in, size_t count, const uint16_t* codes,
-                             unsigned char* out, size_t room) {
+                             unsigned asciiEnd, unsigned char* out, size_t room) {
 #ifdef KELULIB_X86_KERNELS
   if (activeSimdLevel() == KelSimdLevel::kAvx512) {
-    return x86::mapUnitsToCodesAvx512(in, count, codes, out, room);
+    return x86::mapUnitsToCodesAvx512(in, count, codes, asciiEnd, out, room);
   }
 #else
-  (void)in, (void)count, (void)codes, (void)out, (void)room;
+  (void)in, (void)count, (void)codes, (void)asciiEnd, (void)out, (void)room;
 #endif
   return {0, 0};
 }
 
-bool unitCodeLookupsOn() {
+KelKernelRun eucToUtf16(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
+                        wchar16* out) {
+#ifdef KELULIB_X86_KERNELS
+  if (activeSimdLevel() == KelSimdLevel::kAvx512) {
+    return x86::eucToUtf16Avx512(in, count, unitsOfCodes, out);
+  }
+#else
+  (void)in, (void)count, (void)unitsOfCodes, (void)out;
+#endif
+  return {0, 0};
+}
+
+bool tableKernelsOn() {
 #ifdef KELULIB_X86_KERNELS
   return activeSimdLevel() == KelSimdLevel::kAvx512;
 #else

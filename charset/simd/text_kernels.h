@@ -24,13 +24,16 @@ struct KelKernelRun {
   size_t written;
 };
 
-// Bytes below 0x80 to the units of the same value. Writes at most `count`
-// units.
-size_t widenAscii(const unsigned char* in, size_t count, wchar16* out);
+// The ASCII runs of most character sets end at 0x80; the EUC sets' at 0x7F.
+constexpr unsigned kAsciiEnd = 0x80;
 
-// Units below 0x80 to the bytes of the same value. Writes at most `count`
-// bytes.
-size_t narrowAscii(const wchar16* in, size_t count, unsigned char* out);
+// Bytes below `end` (1 to 0x80) to the units of the same value. Writes at
+// most `count` units.
+size_t widenAscii(const unsigned char* in, size_t count, wchar16* out, unsigned end = kAsciiEnd);
+
+// Units below `end` (1 to 0x80) to the bytes of the same value. Writes at
+// most `count` bytes.
+size_t narrowAscii(const wchar16* in, size_t count, unsigned char* out, unsigned end = kAsciiEnd);
 
 // UTF-8 sequences of one to three bytes whose continuation bytes are all
 // there, to one unit each (the low 16 bits of the value the lead and
@@ -57,14 +60,23 @@ size_t mapLowUnitsToBytes(const wchar16* in, size_t count, const unsigned char* 
 
 // Units to the codes `codes` (65,536 entries and two more, readable) gives
 // them: a code below 0x100 as one byte, any other as two, high first. Stops
-// before a surrogate and before a unit whose code is 0. Writes at most
-// `room` bytes.
+// before a surrogate and before a unit whose code is 0. Units below
+// `asciiEnd` (0 for none) must have themselves as codes; their runs are
+// copied in blocks. Writes at most `room` bytes.
 KelKernelRun mapUnitsToCodes(const wchar16* in, size_t count, const uint16_t* codes,
-                             unsigned char* out, size_t room);
+                             unsigned asciiEnd, unsigned char* out, size_t room);
 
-// True when mapUnitsToCodes converts anything at the active level, so that
-// its table is worth building.
-bool unitCodeLookupsOn();
+// EUC text (EUC-CN, EUC-KR) to UTF-16: bytes below 0x7F to themselves, and
+// pairs of bytes 0xA1-0xFE to `unitsOfCodes[(first & 0x7F) << 8 | (second &
+// 0x7F)]` (a table of 65,536 units and two more, readable). Stops before any
+// other byte, before a 0xA1-0xFE byte without a partner, and before a pair
+// whose unit is 0. Writes at most `count` units.
+KelKernelRun eucToUtf16(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
+                        wchar16* out);
+
+// True when the table kernels (mapUnitsToCodes, eucToUtf16) convert
+// anything at the active level, so that their tables are worth building.
+bool tableKernelsOn();
 
 }  // namespace kelulib
 

@@ -29,9 +29,10 @@ inline size_t widenOneByOne(const unsigned char* in, size_t count, wchar16* out)
   return count;
 }
 
-inline size_t narrowWhileAscii(const wchar16* in, size_t count, unsigned char* out) {
+inline size_t narrowWhileBelow(const wchar16* in, size_t count, unsigned char* out,
+                               unsigned end) {
   size_t i = 0;
-  while (i < count && in[i] < 0x80) {
+  while (i < count && in[i] < end) {
     out[i] = static_cast<unsigned char>(in[i]);
     ++i;
   }
@@ -50,14 +51,19 @@ inline uint64_t lowLanes64(unsigned count) {
 }  // namespace
 
 // --- ASCII runs ----------------------------------------------------------
+//
+// A byte or unit is in a run when it is below `end`: saturating subtraction
+// of end - 1 leaves 0 exactly for those.
 
-size_t widenAsciiSse2(const unsigned char* in, size_t count, wchar16* out) {
+size_t widenAsciiSse2(const unsigned char* in, size_t count, wchar16* out, unsigned end) {
   const __m128i zero = _mm_setzero_si128();
+  const __m128i last = _mm_set1_epi8(static_cast<char>(end - 1));
   size_t done = 0;
   while (count - done >= 16) {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + done));
-    const auto high = static_cast<unsigned>(_mm_movemask_epi8(bytes));
-    if (high != 0) return done + widenOneByOne(in + done, __builtin_ctz(high), out + done);
+    const auto beyond = static_cast<unsigned>(
+        _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_subs_epu8(bytes, last), zero)) ^ 0xFFFF);
+    if (beyond != 0) return done + widenOneByOne(in + done, __builtin_ctz(beyond), out + done);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + done), _mm_unpacklo_epi8(bytes, zero));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + done + 8), _mm_unpackhi_epi8(bytes, zero));
     done += 16;
@@ -66,12 +72,15 @@ size_t widenAsciiSse2(const unsigned char* in, size_t count, wchar16* out) {
 }
 
 KELULIB_TARGET_AVX2
-size_t widenAsciiAvx2(const unsigned char* in, size_t count, wchar16* out) {
+size_t widenAsciiAvx2(const unsigned char* in, size_t count, wchar16* out, unsigned end) {
+  const __m256i zero = _mm256_setzero_si256();
+  const __m256i last = _mm256_set1_epi8(static_cast<char>(end - 1));
   size_t done = 0;
   while (count - done >= 32) {
     const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + done));
-    const auto high = static_cast<unsigned>(_mm256_movemask_epi8(bytes));
-    if (high != 0) return done + widenOneByOne(in + done, __builtin_ctz(high), out + done);
+    const auto beyond = ~static_cast<unsigned>(
+        _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_subs_epu8(bytes, last), zero)));
+    if (beyond != 0) return done + widenOneByOne(in + done, __builtin_ctz(beyond), out + done);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + done),
                         _mm256_cvtepu8_epi16(_mm256_castsi256_si128(bytes)));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + done + 16),
@@ -82,20 +91,21 @@ size_t widenAsciiAvx2(const unsigned char* in, size_t count, wchar16* out) {
 }
 
 KELULIB_TARGET_AVX512
-size_t widenAsciiAvx512(const unsigned char* in, size_t count, wchar16* out) {
+size_t widenAsciiAvx512(const unsigned char* in, size_t count, wchar16* out, unsigned end) {
+  const __m512i limit = _mm512_set1_epi8(static_cast<char>(end));
   size_t done = 0;
   while (count - done >= 64) {
     const __m512i bytes = _mm512_loadu_si512(in + done);
-    const uint64_t high = _mm512_movepi8_mask(bytes);
+    const uint64_t beyond = _mm512_cmpge_epu8_mask(bytes, limit);
     const __m512i low32 = _mm512_cvtepu8_epi16(_mm512_castsi512_si256(bytes));
     const __m512i high32 = _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(bytes, 1));
-    if (high == 0) {
+    if (beyond == 0) {
       _mm512_storeu_si512(out + done, low32);
       _mm512_storeu_si512(out + done + 32, high32);
       done += 64;
       continue;
     }
-    const auto run = static_cast<unsigned>(__builtin_ctzll(high));
+    const auto run = static_cast<unsigned>(__builtin_ctzll(beyond));
     _mm512_mask_storeu_epi16(out + done, lowLanes32(run), low32);
     if (run > 32) _mm512_mask_storeu_epi16(out + done + 32, lowLanes32(run - 32), high32);
     return done + run;
@@ -103,16 +113,17 @@ size_t widenAsciiAvx512(const unsigned char* in, size_t count, wchar16* out) {
   return done;
 }
 
-size_t narrowAsciiSse2(const wchar16* in, size_t count, unsigned char* out) {
-  const __m128i nonAscii = _mm_set1_epi16(static_cast<short>(0xFF80));
+size_t narrowAsciiSse2(const wchar16* in, size_t count, unsigned char* out, unsigned end) {
+  const __m128i last = _mm_set1_epi16(static_cast<short>(end - 1));
   const __m128i zero = _mm_setzero_si128();
   size_t done = 0;
   while (count - done >= 16) {
     const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + done));
     const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + done + 8));
-    const __m128i high = _mm_and_si128(_mm_or_si128(first, second), nonAscii);
-    if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, zero)) != 0xFFFF) {
-      return done + narrowWhileAscii(in + done, 16, out + done);
+    const __m128i beyond =
+        _mm_or_si128(_mm_subs_epu16(first, last), _mm_subs_epu16(second, last));
+    if (_mm_movemask_epi8(_mm_cmpeq_epi16(beyond, zero)) != 0xFFFF) {
+      return done + narrowWhileBelow(in + done, 16, out + done, end);
     }
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + done), _mm_packus_epi16(first, second));
     done += 16;
@@ -121,14 +132,16 @@ size_t narrowAsciiSse2(const wchar16* in, size_t count, unsigned char* out) {
 }
 
 KELULIB_TARGET_AVX2
-size_t narrowAsciiAvx2(const wchar16* in, size_t count, unsigned char* out) {
-  const __m256i nonAscii = _mm256_set1_epi16(static_cast<short>(0xFF80));
+size_t narrowAsciiAvx2(const wchar16* in, size_t count, unsigned char* out, unsigned end) {
+  const __m256i last = _mm256_set1_epi16(static_cast<short>(end - 1));
   size_t done = 0;
   while (count - done >= 32) {
     const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + done));
     const __m256i second = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + done + 16));
-    if (!_mm256_testz_si256(_mm256_or_si256(first, second), nonAscii)) {
-      return done + narrowWhileAscii(in + done, 32, out + done);
+    const __m256i beyond =
+        _mm256_or_si256(_mm256_subs_epu16(first, last), _mm256_subs_epu16(second, last));
+    if (!_mm256_testz_si256(beyond, beyond)) {
+      return done + narrowWhileBelow(in + done, 32, out + done, end);
     }
     // packus interleaves the 128-bit halves; the permute puts them in order.
     const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8);
@@ -139,19 +152,19 @@ size_t narrowAsciiAvx2(const wchar16* in, size_t count, unsigned char* out) {
 }
 
 KELULIB_TARGET_AVX512
-size_t narrowAsciiAvx512(const wchar16* in, size_t count, unsigned char* out) {
-  const __m512i nonAscii = _mm512_set1_epi16(static_cast<short>(0xFF80));
+size_t narrowAsciiAvx512(const wchar16* in, size_t count, unsigned char* out, unsigned end) {
+  const __m512i limit = _mm512_set1_epi16(static_cast<short>(end));
   size_t done = 0;
   while (count - done >= 32) {
     const __m512i units = _mm512_loadu_si512(in + done);
-    const uint32_t wide = _mm512_test_epi16_mask(units, nonAscii);
+    const uint32_t beyond = _mm512_cmpge_epu16_mask(units, limit);
     const __m256i bytes = _mm512_cvtepi16_epi8(units);
-    if (wide == 0) {
+    if (beyond == 0) {
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + done), bytes);
       done += 32;
       continue;
     }
-    const auto run = static_cast<unsigned>(__builtin_ctz(wide));
+    const auto run = static_cast<unsigned>(__builtin_ctz(beyond));
     _mm256_mask_storeu_epi8(out + done, lowLanes32(run), bytes);
     return done + run;
   }
@@ -460,7 +473,8 @@ size_t mapLowUnitsToBytesAvx512(const wchar16* in, size_t count, const unsigned 
 // the bytes in use are compressed together.
 KELULIB_TARGET_AVX512
 KelKernelRun mapUnitsToCodesAvx512(const wchar16* in, size_t count, const uint16_t* codes,
-                                   unsigned char* out, size_t room) {
+                                   unsigned asciiEnd, unsigned char* out, size_t room) {
+  const __m512i asciiLimit = _mm512_set1_epi16(static_cast<short>(asciiEnd));
   const __m512i low16 = _mm512_set1_epi32(0xFFFF);
   const __m512i surrogateBits = _mm512_set1_epi32(0xF800);
   const __m512i surrogate = _mm512_set1_epi32(0xD800);
@@ -468,6 +482,15 @@ KelKernelRun mapUnitsToCodesAvx512(const wchar16* in, size_t count, const uint16
   size_t read = 0;
   size_t written = 0;
   while (count - read >= 16 && room - written >= 32) {
+    if (asciiEnd != 0 && count - read >= 32) {
+      const __m512i units = _mm512_loadu_si512(in + read);
+      if (_mm512_cmpge_epu16_mask(units, asciiLimit) == 0) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + written), _mm512_cvtepi16_epi8(units));
+        read += 32;
+        written += 32;
+        continue;
+      }
+    }
     const __m512i unit =
         _mm512_cvtepu16_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + read)));
     const __m512i code = _mm512_and_si512(_mm512_i32gather_epi32(unit, codes, 2), low16);
@@ -491,6 +514,87 @@ KelKernelRun mapUnitsToCodesAvx512(const wchar16* in, size_t count, const uint16
     // look-ups need not wait for this one's.
     if (run < 16) return {read + run, written};
     read += 16;
+  }
+  return {read, written};
+}
+
+// Sixty-four bytes at a time. Bytes 0xA1-0xFE come in pairs counted from
+// the start of each run of them: adding the run starts at even positions to
+// the mask of such bytes carries through exactly the runs that start there,
+// which gives every byte's place in its pair. Pairs are then looked up
+// sixteen positions at a time and compressed together with the ASCII bytes.
+KELULIB_TARGET_AVX512
+KelKernelRun eucToUtf16Avx512(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
+                              wchar16* out) {
+  constexpr uint64_t kEven = 0x5555555555555555u;
+  const __m512i asciiEnd = _mm512_set1_epi8(0x7F);
+  const __m512i firstHigh = _mm512_set1_epi8(static_cast<char>(0xA1));
+  const __m512i lastHigh = _mm512_set1_epi8(static_cast<char>(0xFE));
+  const __m512i low7 = _mm512_set1_epi32(0x7F);
+  const __m512i low16 = _mm512_set1_epi32(0xFFFF);
+  const __m512i nextIndex = _mm512_add_epi8(
+      _mm512_set_epi8(63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45,
+                      44, 43, 42, 41, 40, 39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26,
+                      25, 24, 23, 22, 21, 20, 19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6,
+                      5, 4, 3, 2, 1, 0),
+      _mm512_set1_epi8(1));
+  size_t read = 0;
+  size_t written = 0;
+  while (count - read >= 64) {
+    const __m512i block = _mm512_loadu_si512(in + read);
+    const uint64_t ascii = _mm512_cmplt_epu8_mask(block, asciiEnd);
+    if (ascii == ~uint64_t{0}) {
+      _mm512_storeu_si512(out + written, _mm512_cvtepu8_epi16(_mm512_castsi512_si256(block)));
+      _mm512_storeu_si512(out + written + 32,
+                          _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(block, 1)));
+      read += 64;
+      written += 64;
+      continue;
+    }
+    const uint64_t high = _mm512_cmpge_epu8_mask(block, firstHigh) &
+                          _mm512_cmple_epu8_mask(block, lastHigh);
+    const uint64_t starts = high & ~(high << 1);
+    const uint64_t fromEvenStart = high & ~(high + (starts & kEven));
+    const uint64_t leads = (fromEvenStart & kEven) | (high & ~fromEvenStart & ~kEven);
+    const uint64_t trails = high & ~leads;
+    // A lead in the last position has its partner in the next block: this
+    // block ends before it, and the next one starts with it.
+    const uint64_t leadAtEnd = leads & uint64_t{1} << 63;
+    const uint64_t stops = ~(ascii | high) | (leads & ~(trails >> 1) & ~leadAtEnd);
+    unsigned run = stops != 0 ? static_cast<unsigned>(__builtin_ctzll(stops)) : leadAtEnd ? 63 : 64;
+    const unsigned fullRun = leadAtEnd ? 63 : 64;
+    const __m512i next = _mm512_permutexvar_epi8(nextIndex, block);
+    const __m128i firsts[4] = {
+        _mm512_extracti32x4_epi32(block, 0), _mm512_extracti32x4_epi32(block, 1),
+        _mm512_extracti32x4_epi32(block, 2), _mm512_extracti32x4_epi32(block, 3)};
+    const __m128i seconds[4] = {
+        _mm512_extracti32x4_epi32(next, 0), _mm512_extracti32x4_epi32(next, 1),
+        _mm512_extracti32x4_epi32(next, 2), _mm512_extracti32x4_epi32(next, 3)};
+    for (unsigned group = 0; group < 4 && 16 * group < run; ++group) {
+      const unsigned shift = 16 * group;
+      const __m512i first = _mm512_cvtepu8_epi32(firsts[group]);
+      const __m512i second = _mm512_cvtepu8_epi32(seconds[group]);
+      const __m512i code = _mm512_or_si512(_mm512_slli_epi32(_mm512_and_si512(first, low7), 8),
+                                           _mm512_and_si512(second, low7));
+      const auto groupLeads = static_cast<__mmask16>(leads >> shift);
+      const __m512i looked = _mm512_and_si512(
+          _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), groupLeads, code, unitsOfCodes, 2),
+          low16);
+      const auto unmapped = static_cast<uint32_t>(
+          groupLeads & _mm512_cmpeq_epi32_mask(looked, _mm512_setzero_si512()));
+      if (unmapped != 0 && shift + __builtin_ctz(unmapped) < run) {
+        run = shift + static_cast<unsigned>(__builtin_ctz(unmapped));
+      }
+      const unsigned lanes = run - shift < 16 ? run - shift : 16;
+      const auto starts16 = static_cast<__mmask16>(((ascii | leads) >> shift) & lowLanes32(lanes));
+      const __m512i unit = _mm512_mask_blend_epi32(groupLeads, first, looked);
+      const auto units = static_cast<unsigned>(__builtin_popcount(starts16));
+      _mm256_mask_storeu_epi16(out + written, static_cast<__mmask16>(lowLanes32(units)),
+                               _mm512_cvtepi32_epi16(_mm512_maskz_compress_epi32(starts16, unit)));
+      written += units;
+    }
+    read += run;
+    if (run < fullRun) break;
   }
   return {read, written};
 }

@@ -17,13 +17,13 @@
 namespace kelulib {
 namespace x86 {
 
-size_t widenAsciiSse2(const unsigned char* in, size_t count, wchar16* out);
-size_t widenAsciiAvx2(const unsigned char* in, size_t count, wchar16* out);
-size_t widenAsciiAvx512(const unsigned char* in, size_t count, wchar16* out);
+size_t widenAsciiSse2(const unsigned char* in, size_t count, wchar16* out, unsigned end);
+size_t widenAsciiAvx2(const unsigned char* in, size_t count, wchar16* out, unsigned end);
+size_t widenAsciiAvx512(const unsigned char* in, size_t count, wchar16* out, unsigned end);
 
-size_t narrowAsciiSse2(const wchar16* in, size_t count, unsigned char* out);
-size_t narrowAsciiAvx2(const wchar16* in, size_t count, unsigned char* out);
-size_t narrowAsciiAvx512(const wchar16* in, size_t count, unsigned char* out);
+size_t narrowAsciiSse2(const wchar16* in, size_t count, unsigned char* out, unsigned end);
+size_t narrowAsciiAvx2(const wchar16* in, size_t count, unsigned char* out, unsigned end);
+size_t narrowAsciiAvx512(const wchar16* in, size_t count, unsigned char* out, unsigned end);
 
 KelKernelRun utf8ToUtf16Avx512(const unsigned char* in, size_t count, wchar16* out);
 KelKernelRun utf16ToUtf8Avx512(const wchar16* in, size_t count, unsigned char* out, size_t room);
@@ -32,8 +32,10 @@ size_t mapBytesToUnitsAvx512(const unsigned char* in, size_t count, const wchar1
                              wchar16* out);
 size_t mapLowUnitsToBytesAvx512(const wchar16* in, size_t count, const unsigned char* table,
                                 unsigned char* out);
+KelKernelRun eucToUtf16Avx512(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
+                              wchar16* out);
 KelKernelRun mapUnitsToCodesAvx512(const wchar16* in, size_t count, const uint16_t* codes,
-                                   unsigned char* out, size_t room);
+                                   unsigned asciiEnd, unsigned char* out, size_t room);
 
 }  // namespace x86
 }  // namespace kelulib

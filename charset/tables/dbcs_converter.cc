@@ -72,7 +72,7 @@ size_t decode(const KelCharSetConverterDBCSBase& classes, const Tables& tables, 
         if (!classes.isTrailByte(in[1])) return {0, 1, false};
         return {tables.toUnicode(static_cast<uint16_t>(b << 8 | in[1])), 2, true};
       },
-      runStep(classes, tables), tables.asciiMapsToItself());
+      runStep(classes, tables), kelulib::asciiEndOf(tables));
 }
 
 // A character of the UTF-16 text: its scalar and the units it takes.
@@ -153,7 +153,7 @@ size_t encode(const Tables& tables, void* dst, const wchar16* src, size_t dstByt
                                            : putUnmappable(out, flag, character.scalar, op);
         return written ? character.units : 0;
       },
-      codeOfUnit(tables), tables.asciiMapsToItself(), unitCodes);
+      codeOfUnit(tables), kelulib::asciiEndOf(tables), unitCodes);
 }
 
 }  // namespace
@@ -193,7 +193,7 @@ size_t KelCharSetConverterDBCS::fromUTF16(void* dst, wchar16 const* src, size_t 
   if (dst == nullptr || src == nullptr) return 0;
   load();
   const uint16_t* codes = nullptr;
-  if (kelulib::unitCodeLookupsOn()) {
+  if (kelulib::tableKernelsOn()) {
     codes = unitCodes([](const KelCharSetConverterMBCS& self, wchar16 unit) {
       return codeOfUnit(static_cast<const KelCharSetConverterDBCS&>(self).tables())(unit);
     });

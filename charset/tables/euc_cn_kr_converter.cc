@@ -38,6 +38,12 @@ size_t KelCharSetConverterEUC_CN_KR::toUTF16(wchar16* dst, void const* src, size
         if (!isLeadCS1(in[0]) || !isLeadCS1(in[1])) return {0, 0};
         const wchar16 unit = tables.toUnicode(kelulib::rowCellCode(in[0], in[1]));
         return {unit, unit != 0 ? size_t{2} : size_t{0}};
+      },
+      kEucAsciiEnd,
+      [units = kelulib::tableKernelsOn() ? codeUnits() : nullptr](
+          const unsigned char* in, size_t count, wchar16* out) -> kelulib::KelKernelRun {
+        if (units == nullptr) return {0, 0};
+        return kelulib::eucToUtf16(in, count, units, out);
       });
 }
 
@@ -72,8 +78,8 @@ size_t KelCharSetConverterEUC_CN_KR::fromUTF16(void* dst, wchar16 const* src, si
                                        : out.putUnmappableUnit(flag, unit, op);
         return written ? 1 : 0;
       },
-      [this](wchar16 unit) { return codeOf(*this, unit); }, false,
-      kelulib::unitCodeLookupsOn() ? unitCodes(&codeOf) : nullptr);
+      [this](wchar16 unit) { return codeOf(*this, unit); }, kEucAsciiEnd,
+      kelulib::tableKernelsOn() ? unitCodes(&codeOf) : nullptr);
 }
 
 size_t KelCharSetConverterEUC_CN_KR::getMinUnitSize() const { return 1; }

@@ -46,7 +46,8 @@ class KELULIB_API KelCharSetConverterEUC_CN_KR : public KelCharSetConverterMBCS 
   size_t getNullCharSize() const override;  // 1
 
   // An ASCII byte or unit, passed through as it is.
-  static bool isCS0(unsigned b) { return b < 0x7F; }
+  static bool isCS0(unsigned b) { return b < kEucAsciiEnd; }
+  static constexpr unsigned kEucAsciiEnd = 0x7F;
   // A byte of a two-byte character.
   static bool isLeadCS1(unsigned b) { return b >= 0xA1 && b <= 0xFE; }
 

@@ -163,7 +163,7 @@ size_t KelCharSetConverterGB18030::toUTF16(wchar16* dst, void const* src, size_t
         const wchar16 unit = gbk.toUnicode(static_cast<uint16_t>(makeScalar(b, in[1])));
         return {unit, unit != 0 ? size_t{2} : size_t{0}};
       },
-      gbk.asciiMapsToItself());
+      kelulib::asciiEndOf(gbk));
 }
 
 size_t KelCharSetConverterGB18030::getNumBytes(wchar16 const* src, size_t srcUnits) {
@@ -217,8 +217,8 @@ size_t KelCharSetConverterGB18030::fromUTF16(void* dst, wchar16 const* src, size
       },
       // Runs take the units of the GBK table; the four-byte ranges and
       // surrogates go to the general step.
-      [this](wchar16 unit) { return gbkCodeOf(*this, unit); }, tables().asciiMapsToItself(),
-      kelulib::unitCodeLookupsOn() ? unitCodes(&gbkCodeOf) : nullptr);
+      [this](wchar16 unit) { return gbkCodeOf(*this, unit); }, kelulib::asciiEndOf(tables()),
+      kelulib::tableKernelsOn() ? unitCodes(&gbkCodeOf) : nullptr);
 }
 
 size_t KelCharSetConverterGB18030::getMinUnitSize() const { return 1; }

@@ -182,6 +182,13 @@ struct KelRunUnit {
   size_t length;
 };
 
+// The end of the ASCII run of a converter whose tables map 0x01-0x7F to
+// themselves; 0 (no runs copied) otherwise.
+template <typename Tables>
+unsigned asciiEndOf(const Tables& tables) {
+  return tables.asciiMapsToItself() ? kAsciiEnd : 0;
+}
+
 // The loops' default: no run step.
 struct KelNoRunStep {
   KelRunUnit operator()(const unsigned char*) const { return {0, 0}; }
@@ -191,34 +198,38 @@ struct KelNoRunStep {
 // Runs shorter than this are left to the general step.
 constexpr size_t kShortestMultiByteRun = 16;
 
-// True when the eight bytes at `in` are all ASCII: worth a block copy.
-inline bool eightAsciiBytes(const unsigned char* in) {
+// True when the eight bytes at `in` are all below `asciiEnd` (0x7F or
+// 0x80): worth a block copy. Adding 0x80 - asciiEnd to each byte sets its
+// top bit exactly when it is not below.
+inline bool eightBytesBelow(const unsigned char* in, unsigned asciiEnd) {
   uint64_t bytes;
   std::memcpy(&bytes, in, sizeof bytes);
-  return (bytes & 0x8080808080808080u) == 0;
+  const uint64_t raised = bytes + 0x0101010101010101u * (0x80 - asciiEnd);
+  return ((bytes | raised) & 0x8080808080808080u) == 0;
 }
 
-// True when the eight units at `in` are all ASCII.
-inline bool eightAsciiUnits(const wchar16* in) {
+// True when the eight units at `in` are all below `asciiEnd`.
+inline bool eightUnitsBelow(const wchar16* in, unsigned asciiEnd) {
   uint64_t first;
   uint64_t second;
   std::memcpy(&first, in, sizeof first);
   std::memcpy(&second, in + 4, sizeof second);
-  return ((first | second) & 0xFF80FF80FF80FF80u) == 0;
+  const uint64_t step = 0x0001000100010001u * (0x80 - asciiEnd);
+  return ((first | second | (first + step) | (second + step)) & 0xFF80FF80FF80FF80u) == 0;
 }
 
 // Reads characters with step(at) from the `count` bytes at `in` (none of
 // them zero; a step may look at two bytes) into `out`, one unit each, and
-// ASCII in blocks when bytes 0x01-0x7F are their own units. Returns the
-// bytes read and units written.
+// ASCII in blocks when the bytes below `asciiEnd` (0 for none) are their own
+// units. Returns the bytes read and units written.
 template <typename Step>
-KelKernelRun decodeRun(const unsigned char* in, size_t count, wchar16* out,
-                       bool asciiMapsToItself, Step step) {
+KelKernelRun decodeRun(const unsigned char* in, size_t count, wchar16* out, unsigned asciiEnd,
+                       Step step) {
   size_t read = 0;
   size_t written = 0;
   while (count - read >= 2) {
-    if (asciiMapsToItself && count - read >= 8 && eightAsciiBytes(in + read)) {
-      const size_t ascii = widenAscii(in + read, count - read, out + written);
+    if (asciiEnd != 0 && count - read >= 8 && eightBytesBelow(in + read, asciiEnd)) {
+      const size_t ascii = widenAscii(in + read, count - read, out + written, asciiEnd);
       read += ascii;
       written += ascii;
       if (count - read < 2) break;
@@ -233,17 +244,17 @@ KelKernelRun decodeRun(const unsigned char* in, size_t count, wchar16* out,
 
 // Writes the `count` units at `in` (none of them zero) to `out` (room
 // `room`) while codeOf(unit) gives a code: below 0x100 one byte, else two,
-// high first; units 0x01-0x7F in blocks when they are their own bytes.
-// Returns the units read and bytes written.
+// high first; units below `asciiEnd` (0 for none) in blocks, as their own
+// bytes. Returns the units read and bytes written.
 template <typename CodeOf>
 KelKernelRun encodeRun(const wchar16* in, size_t count, unsigned char* out, size_t room,
-                       bool asciiMapsToItself, CodeOf codeOf) {
+                       unsigned asciiEnd, CodeOf codeOf) {
   size_t read = 0;
   size_t written = 0;
   while (read < count && room - written >= 2) {
-    if (asciiMapsToItself && count - read >= 8 && eightAsciiUnits(in + read)) {
+    if (asciiEnd != 0 && count - read >= 8 && eightUnitsBelow(in + read, asciiEnd)) {
       const size_t left = count - read < room - written ? count - read : room - written;
-      const size_t ascii = narrowAscii(in + read, left, out + written);
+      const size_t ascii = narrowAscii(in + read, left, out + written, asciiEnd);
       read += ascii;
       written += ascii;
       if (read == count || room - written < 2) break;
@@ -267,10 +278,16 @@ KelKernelRun encodeRun(const wchar16* in, size_t count, unsigned char* out, size
 // more) have been read. Illegal characters follow `op`. Writes the
 // terminator; returns the units written. With a run step, runs of common
 // characters are read through it first (see decodeRun).
-template <typename DecodeAt, typename RunStep = KelNoRunStep>
+// A kernel for decodeText: kernel(in, count, out) converts the longest run
+// it can, as the run step would (see text_kernels.h); none by default.
+struct KelNoKernel {
+  KelKernelRun operator()(const unsigned char*, size_t, wchar16*) const { return {0, 0}; }
+};
+
+template <typename DecodeAt, typename RunStep = KelNoRunStep, typename Kernel = KelNoKernel>
 size_t decodeText(wchar16* dst, const void* src, size_t dstUnits, ILLCHAR_OPTYPE op, bool* illegal,
                   int srcLimit, DecodeAt decodeAt, RunStep runStep = {},
-                  bool asciiMapsToItself = false) {
+                  unsigned asciiEnd = 0, Kernel kernel = {}) {
   KelIllegalFlag flag(illegal);
   KelUnitWriter out(dst, dstUnits);
   const auto* in = static_cast<const unsigned char*>(src);
@@ -289,11 +306,21 @@ size_t decodeText(wchar16* dst, const void* src, size_t dstUnits, ILLCHAR_OPTYPE
       const size_t readable =
           window >= kShortestMultiByteRun ? known.from(in + consumed, window) : 0;
       if (readable >= kShortestMultiByteRun) {
-        const KelKernelRun run =
-            decodeRun(in + consumed, readable, out.next(), asciiMapsToItself, runStep);
-        consumed += run.read;
-        out.advance(run.written);
-        if (run.read != 0 && srcLimit >= 1 && consumed >= static_cast<size_t>(srcLimit)) break;
+        // The kernel takes whole blocks; where it takes none (a short rest),
+        // the run step does.
+        const KelKernelRun blocks = kernel(in + consumed, readable, out.next());
+        consumed += blocks.read;
+        out.advance(blocks.written);
+        KelKernelRun run{0, 0};
+        if (blocks.read == 0) {
+          run = decodeRun(in + consumed, readable, out.next(), asciiEnd, runStep);
+          consumed += run.read;
+          out.advance(run.written);
+        }
+        if (blocks.read + run.read != 0 && srcLimit >= 1 &&
+            consumed >= static_cast<size_t>(srcLimit)) {
+          break;
+        }
         if (out.full() || in[consumed] == 0) break;
       }
     }
@@ -313,7 +340,7 @@ size_t decodeText(wchar16* dst, const void* src, size_t dstUnits, ILLCHAR_OPTYPE
 // encodeRun).
 template <typename EncodeAt, typename CodeOf = KelNoRunStep>
 size_t encodeText(void* dst, const wchar16* src, size_t dstBytes, bool* illegal,
-                  EncodeAt encodeAt, CodeOf codeOf = {}, bool asciiMapsToItself = false,
+                  EncodeAt encodeAt, CodeOf codeOf = {}, unsigned asciiEnd = 0,
                   const uint16_t* unitCodes = nullptr) {
   KelIllegalFlag flag(illegal);
   KelByteWriter out(dst, dstBytes);
@@ -326,12 +353,11 @@ size_t encodeText(void* dst, const wchar16* src, size_t dstBytes, bool* illegal,
       if (readable >= kShortestMultiByteRun) {
         KelKernelRun run{0, 0};
         if (unitCodes != nullptr) {
-          run = mapUnitsToCodes(at, readable, unitCodes, out.next(), out.roomLeft());
+          run = mapUnitsToCodes(at, readable, unitCodes, asciiEnd, out.next(), out.roomLeft());
           at += run.read;
           out.advance(run.written);
         }
-        run = encodeRun(at, readable - run.read, out.next(), out.roomLeft(), asciiMapsToItself,
-                        codeOf);
+        run = encodeRun(at, readable - run.read, out.next(), out.roomLeft(), asciiEnd, codeOf);
         at += run.read;
         out.advance(run.written);
         if (out.full() || *at == 0) break;

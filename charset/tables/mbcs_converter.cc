@@ -23,29 +23,50 @@ void loadTables(ObjLock& lock, std::atomic<Tables*>& slot, const char* name) {
 // --- KelCharSetConverterMBCS ---------------------------------------------------
 
 KelCharSetConverterMBCS::KelCharSetConverterMBCS(const char* tableName, KelCharSet id)
-    : KelCharSetConverter(id), m_tableName(tableName), m_tables(nullptr), m_unitCodes(nullptr) {}
+    : KelCharSetConverter(id),
+      m_tableName(tableName),
+      m_tables(nullptr),
+      m_unitCodes(nullptr),
+      m_codeUnits(nullptr) {}
 
 KelCharSetConverterMBCS::~KelCharSetConverterMBCS() {
   delete m_tables.load(std::memory_order_relaxed);
   delete[] m_unitCodes.load(std::memory_order_relaxed);
+  delete[] m_codeUnits.load(std::memory_order_relaxed);
 }
 
-const uint16_t* KelCharSetConverterMBCS::unitCodes(UnitCodeFunction unitCode) const {
-  uint16_t* codes = m_unitCodes.load(std::memory_order_acquire);
-  if (codes != nullptr || !tablesLoaded()) return codes;
-  constexpr size_t kUnits = 0x10000;
-  // Two zeros after the last code: a vector look-up reads four bytes.
-  auto* fresh = new (std::nothrow) uint16_t[kUnits + 2];
+namespace {
+
+// A table of value(key) for every 16-bit key, built once into `slot`:
+// threads that build at once agree on one array, the others drop theirs.
+// Two zeros follow the last entry, since a vector look-up reads four bytes.
+template <typename Value>
+const uint16_t* flatTableOnce(std::atomic<uint16_t*>& slot, Value value) {
+  uint16_t* table = slot.load(std::memory_order_acquire);
+  if (table != nullptr) return table;
+  constexpr size_t kKeys = 0x10000;
+  auto* fresh = new (std::nothrow) uint16_t[kKeys + 2];
   if (fresh == nullptr) return nullptr;
-  for (size_t unit = 0; unit < kUnits; ++unit) {
-    fresh[unit] = unitCode(*this, static_cast<wchar16>(unit));
-  }
-  fresh[kUnits] = 0;
-  fresh[kUnits + 1] = 0;
-  // Threads that build at once agree on one array; the others drop theirs.
-  if (m_unitCodes.compare_exchange_strong(codes, fresh, std::memory_order_acq_rel)) return fresh;
+  for (size_t key = 0; key < kKeys; ++key) fresh[key] = value(static_cast<uint16_t>(key));
+  fresh[kKeys] = 0;
+  fresh[kKeys + 1] = 0;
+  if (slot.compare_exchange_strong(table, fresh, std::memory_order_acq_rel)) return fresh;
   delete[] fresh;
-  return codes;
+  return table;
+}
+
+}  // namespace
+
+const uint16_t* KelCharSetConverterMBCS::unitCodes(UnitCodeFunction unitCode) const {
+  if (!tablesLoaded()) return nullptr;
+  return flatTableOnce(m_unitCodes,
+                       [&](uint16_t unit) { return unitCode(*this, static_cast<wchar16>(unit)); });
+}
+
+const uint16_t* KelCharSetConverterMBCS::codeUnits() const {
+  if (!tablesLoaded()) return nullptr;
+  const Tables& loaded = tables();
+  return flatTableOnce(m_codeUnits, [&loaded](uint16_t code) { return loaded.toUnicode(code); });
 }
 
 void KelCharSetConverterMBCS::load() { loadTables(m_lock, m_tables, m_tableName); }

@@ -68,6 +68,11 @@ class KELULIB_API KelCharSetConverterMBCS : public KelCharSetConverter {
   // `unitCode` every time. Null before loading or when memory runs out.
   const uint16_t* unitCodes(UnitCodeFunction unitCode) const;
 
+  // The units of all 65,536 codes (and two zeros after them) in the loaded
+  // tables, for reading runs of text with vector look-ups; built on the
+  // first call after loading. Null before loading or when memory runs out.
+  const uint16_t* codeUnits() const;
+
  private:
   // Tables with no entries, for conversions before loading.
   static const Tables& emptyTables();
@@ -75,6 +80,7 @@ class KELULIB_API KelCharSetConverterMBCS : public KelCharSetConverter {
   const char* m_tableName;
   std::atomic<Tables*> m_tables;
   mutable std::atomic<uint16_t*> m_unitCodes;
+  mutable std::atomic<uint16_t*> m_codeUnits;
   ObjLock m_lock;
 };
 

@@ -385,6 +385,31 @@ TEST(FastPathDifferentialUtf16, SurrogateAndZeroAtEveryPositionMatchPlainCode) {
   }
 }
 
+// Regression: a run of whole 64-byte blocks that ended exactly at the source
+// limit went on to read the next character.
+TEST(FastPathDifferentialEuc, SourceLimitAtTheEndOfABlockStopsThere) {
+  std::mt19937 random(11);
+  for (KelCharSet id : {KelCS_EUC_KR, KelCS_EUC_CN}) {
+    std::vector<unsigned char> text;
+    for (int i = 0; i < 100; ++i) text.insert(text.end(), {0xB0, 0xA1});
+    text.push_back(0);
+    KelCharSetConverter* converter = KelCharSetConverter::getConverter(id);
+    for (int limit : {64, 128, 63, 65}) {
+      Outcome<wchar16> reference;
+      {
+        ScopedSimdLevel plain(KelSimdLevel::kScalar);
+        reference = toUtf16(converter, text, text.size(), ILLCHAR_REPLACE, limit);
+      }
+      EXPECT_EQ(reference.result, static_cast<size_t>((limit + 1) / 2)) << "limit " << limit;
+      for (KelSimdLevel level : fastLevels()) {
+        ScopedSimdLevel fast(level);
+        EXPECT_TRUE(toUtf16(converter, text, text.size(), ILLCHAR_REPLACE, limit) == reference)
+            << levelName(level) << ", limit " << limit;
+      }
+    }
+  }
+}
+
 TEST(FastPathLevels, ActiveLevelCanBeLoweredAndRestored) {
   const KelSimdLevel supported = kelulib::supportedSimdLevel();
   const KelSimdLevel before = kelulib::setActiveSimdLevel(KelSimdLevel::kScalar);
