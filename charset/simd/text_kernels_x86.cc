@@ -358,6 +358,8 @@ KELULIB_TARGET_AVX512
 KelKernelRun utf16ToUtf8Avx512(const wchar16* in, size_t count, unsigned char* out,
                                size_t room) {
   const __m512i nonAscii = _mm512_set1_epi16(static_cast<short>(0xFF80));
+  const __m512i asciiEnd16 = _mm512_set1_epi16(0x80);
+  const __m512i belowThreeBytes = _mm512_set1_epi16(0x800);
   const __m512i surrogateBits = _mm512_set1_epi16(static_cast<short>(0xF800));
   const __m512i surrogate = _mm512_set1_epi16(static_cast<short>(0xD800));
   size_t read = 0;
@@ -368,6 +370,20 @@ KelKernelRun utf16ToUtf8Avx512(const wchar16* in, size_t count, unsigned char* o
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + written), _mm512_cvtepi16_epi8(units));
       read += 32;
       written += 32;
+      continue;
+    }
+    if (_mm512_cmpge_epu16_mask(units, belowThreeBytes) == 0) {
+      // One or two bytes each: built in the units' own 16-bit lanes.
+      const __mmask32 ascii = _mm512_cmplt_epu16_mask(units, asciiEnd16);
+      const __m512i lead = _mm512_or_si512(_mm512_set1_epi16(0xC0), _mm512_srli_epi16(units, 6));
+      const __m512i trail = _mm512_slli_epi16(
+          _mm512_or_si512(_mm512_set1_epi16(0x80), _mm512_and_si512(units, _mm512_set1_epi16(0x3F))),
+          8);
+      const __m512i bytes = _mm512_mask_blend_epi16(ascii, _mm512_or_si512(lead, trail), units);
+      const __m512i width =
+          _mm512_mask_blend_epi16(ascii, _mm512_set1_epi16(-1), _mm512_set1_epi16(0xFF));
+      written += storeUsedBytes({bytes, _mm512_test_epi8_mask(width, width)}, out + written);
+      read += 32;
       continue;
     }
     const uint64_t surrogates =
