@@ -48,6 +48,31 @@ inline uint64_t lowLanes64(unsigned count) {
   return count >= 64 ? ~uint64_t{0} : (uint64_t{1} << count) - 1;
 }
 
+// Stores the lanes of `units` (32 units) before the first set bit of
+// `stops`, all of them when there is none; returns how many.
+KELULIB_TARGET_AVX512
+inline unsigned storeUnitsBefore(wchar16* out, __m512i units, uint32_t stops) {
+  if (stops == 0) {
+    _mm512_storeu_si512(out, units);
+    return 32;
+  }
+  const auto run = static_cast<unsigned>(__builtin_ctz(stops));
+  _mm512_mask_storeu_epi16(out, lowLanes32(run), units);
+  return run;
+}
+
+// The same for 32 bytes.
+KELULIB_TARGET_AVX512
+inline unsigned storeBytesBefore(unsigned char* out, __m256i bytes, uint32_t stops) {
+  if (stops == 0) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), bytes);
+    return 32;
+  }
+  const auto run = static_cast<unsigned>(__builtin_ctz(stops));
+  _mm256_mask_storeu_epi8(out, lowLanes32(run), bytes);
+  return run;
+}
+
 }  // namespace
 
 // --- ASCII runs ----------------------------------------------------------
@@ -97,18 +122,15 @@ size_t widenAsciiAvx512(const unsigned char* in, size_t count, wchar16* out, uns
   while (count - done >= 64) {
     const __m512i bytes = _mm512_loadu_si512(in + done);
     const uint64_t beyond = _mm512_cmpge_epu8_mask(bytes, limit);
-    const __m512i low32 = _mm512_cvtepu8_epi16(_mm512_castsi512_si256(bytes));
-    const __m512i high32 = _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(bytes, 1));
-    if (beyond == 0) {
-      _mm512_storeu_si512(out + done, low32);
-      _mm512_storeu_si512(out + done + 32, high32);
-      done += 64;
-      continue;
-    }
-    const auto run = static_cast<unsigned>(__builtin_ctzll(beyond));
-    _mm512_mask_storeu_epi16(out + done, lowLanes32(run), low32);
-    if (run > 32) _mm512_mask_storeu_epi16(out + done + 32, lowLanes32(run - 32), high32);
-    return done + run;
+    const unsigned low = storeUnitsBefore(
+        out + done, _mm512_cvtepu8_epi16(_mm512_castsi512_si256(bytes)), static_cast<uint32_t>(beyond));
+    done += low;
+    if (low < 32) return done;
+    const unsigned high =
+        storeUnitsBefore(out + done, _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(bytes, 1)),
+                         static_cast<uint32_t>(beyond >> 32));
+    done += high;
+    if (high < 32) return done;
   }
   return done;
 }
@@ -157,16 +179,10 @@ size_t narrowAsciiAvx512(const wchar16* in, size_t count, unsigned char* out, un
   size_t done = 0;
   while (count - done >= 32) {
     const __m512i units = _mm512_loadu_si512(in + done);
-    const uint32_t beyond = _mm512_cmpge_epu16_mask(units, limit);
-    const __m256i bytes = _mm512_cvtepi16_epi8(units);
-    if (beyond == 0) {
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + done), bytes);
-      done += 32;
-      continue;
-    }
-    const auto run = static_cast<unsigned>(__builtin_ctz(beyond));
-    _mm256_mask_storeu_epi8(out + done, lowLanes32(run), bytes);
-    return done + run;
+    const unsigned run = storeBytesBefore(out + done, _mm512_cvtepi16_epi8(units),
+                                          _mm512_cmpge_epu16_mask(units, limit));
+    done += run;
+    if (run < 32) return done;
   }
   return done;
 }
@@ -438,15 +454,10 @@ size_t mapBytesToUnitsAvx512(const unsigned char* in, size_t count, const wchar1
     const __m512i highHalf = _mm512_mask_blend_epi16(upperQuarter, q2, q3);
     const __m512i units =
         _mm512_mask_blend_epi16(_mm512_test_epi16_mask(index, bit7), lowHalf, highHalf);
-    const uint32_t unmapped = _mm512_cmpeq_epi16_mask(units, _mm512_setzero_si512());
-    if (unmapped == 0) {
-      _mm512_storeu_si512(out + done, units);
-      done += 32;
-      continue;
-    }
-    const auto run = static_cast<unsigned>(__builtin_ctz(unmapped));
-    _mm512_mask_storeu_epi16(out + done, lowLanes32(run), units);
-    return done + run;
+    const unsigned run = storeUnitsBefore(
+        out + done, units, _mm512_cmpeq_epi16_mask(units, _mm512_setzero_si512()));
+    done += run;
+    if (run < 32) return done;
   }
   return done;
 }
@@ -471,15 +482,9 @@ size_t mapLowUnitsToBytesAvx512(const wchar16* in, size_t count, const unsigned 
     const __m512i bytes = _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), lowHalf, highHalf);
     const __m256i result = _mm512_castsi512_si256(bytes);
     const uint32_t unmapped = _mm256_cmpeq_epi8_mask(result, _mm256_setzero_si256());
-    const uint32_t stops = wide | unmapped;
-    if (stops == 0) {
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + done), result);
-      done += 32;
-      continue;
-    }
-    const auto run = static_cast<unsigned>(__builtin_ctz(stops));
-    _mm256_mask_storeu_epi8(out + done, lowLanes32(run), result);
-    return done + run;
+    const unsigned run = storeBytesBefore(out + done, result, wide | unmapped);
+    done += run;
+    if (run < 32) return done;
   }
   return done;
 }

@@ -203,8 +203,12 @@ TEST(StringConstructionAllocation, RepeatedAndPascalFormsUpTo257UnitsAllocateNot
   unsigned char pascal[1 + 255 + 8] = {255};
   std::memset(pascal + 1, 'p', 255);
   const KelPascalString& p = *reinterpret_cast<const KelPascalString*>(pascal);
+  // The first conversion in each set loads its tables; every set is warmed
+  // up the way it is used below.
   KelUString warmUp(p, KelCS_WCP1251);
-  KelUString warmUp2('x', 257, KelCS_WCP932);
+  KelUString warmUp2(&p, KelCS_GB18030);
+  KelUString warmUp3('x', 257, KelCS_WCP932);
+  KelUString warmUp4('x', KelCS_EUC_KR);
   AllocationCounter counter;
   {
     KelUString fromPascal(p, KelCS_WCP1251);
