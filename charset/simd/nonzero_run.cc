@@ -22,13 +22,14 @@ size_t nonZeroPrefixOneByOne(const wchar16* text, size_t limit) {
 // The bytes of a block outside the text (before its start, after its
 // terminator) are deliberately read, so the sanitizers are told not to
 // check this function's loads.
-__attribute__((no_sanitize("address", "thread")))
-size_t nonZeroPrefixByBlocks(const wchar16* text, size_t limit) {
+__attribute__((no_sanitize("address", "thread"))) size_t nonZeroPrefixByBlocks(const wchar16* text,
+                                                                               size_t limit) {
   constexpr uintptr_t kBlock = 16;
   const auto start = reinterpret_cast<uintptr_t>(text);
   const auto* block = reinterpret_cast<const __m128i*>(start & ~(kBlock - 1));
   const __m128i zero = _mm_setzero_si128();
-  auto zeros = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_load_si128(block), zero)));
+  auto zeros =
+      static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_load_si128(block), zero)));
   zeros &= ~0u << (start & (kBlock - 1));
   while (zeros == 0) {
     ++block;

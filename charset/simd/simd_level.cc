@@ -44,8 +44,9 @@ KelSimdLevel activeSimdLevel() {
 
 KelSimdLevel setActiveSimdLevel(KelSimdLevel level) {
   const KelSimdLevel before = activeSimdLevel();
-  const KelSimdLevel clamped =
-      static_cast<int>(level) > static_cast<int>(supportedSimdLevel()) ? supportedSimdLevel() : level;
+  const KelSimdLevel clamped = static_cast<int>(level) > static_cast<int>(supportedSimdLevel())
+                                   ? supportedSimdLevel()
+                                   : level;
   activeLevelSlot().store(static_cast<int>(clamped), std::memory_order_relaxed);
   return before;
 }

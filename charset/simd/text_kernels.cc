@@ -11,10 +11,14 @@ namespace kelulib {
 size_t widenAscii(const unsigned char* in, size_t count, wchar16* out, unsigned end) {
 #ifdef KELULIB_X86_KERNELS
   switch (activeSimdLevel()) {
-    case KelSimdLevel::kAvx512: return x86::widenAsciiAvx512(in, count, out, end);
-    case KelSimdLevel::kAvx2: return x86::widenAsciiAvx2(in, count, out, end);
-    case KelSimdLevel::kSse2: return x86::widenAsciiSse2(in, count, out, end);
-    case KelSimdLevel::kScalar: break;
+    case KelSimdLevel::kAvx512:
+      return x86::widenAsciiAvx512(in, count, out, end);
+    case KelSimdLevel::kAvx2:
+      return x86::widenAsciiAvx2(in, count, out, end);
+    case KelSimdLevel::kSse2:
+      return x86::widenAsciiSse2(in, count, out, end);
+    case KelSimdLevel::kScalar:
+      break;
   }
 #else
   (void)in, (void)count, (void)out, (void)end;
@@ -25,10 +29,14 @@ size_t widenAscii(const unsigned char* in, size_t count, wchar16* out, unsigned 
 size_t narrowAscii(const wchar16* in, size_t count, unsigned char* out, unsigned end) {
 #ifdef KELULIB_X86_KERNELS
   switch (activeSimdLevel()) {
-    case KelSimdLevel::kAvx512: return x86::narrowAsciiAvx512(in, count, out, end);
-    case KelSimdLevel::kAvx2: return x86::narrowAsciiAvx2(in, count, out, end);
-    case KelSimdLevel::kSse2: return x86::narrowAsciiSse2(in, count, out, end);
-    case KelSimdLevel::kScalar: break;
+    case KelSimdLevel::kAvx512:
+      return x86::narrowAsciiAvx512(in, count, out, end);
+    case KelSimdLevel::kAvx2:
+      return x86::narrowAsciiAvx2(in, count, out, end);
+    case KelSimdLevel::kSse2:
+      return x86::narrowAsciiSse2(in, count, out, end);
+    case KelSimdLevel::kScalar:
+      break;
   }
 #else
   (void)in, (void)count, (void)out, (void)end;
@@ -54,8 +62,7 @@ KelKernelRun utf16ToUtf8(const wchar16* in, size_t count, unsigned char* out, si
   return {ascii, ascii};
 }
 
-size_t mapBytesToUnits(const unsigned char* in, size_t count, const wchar16* table,
-                       wchar16* out) {
+size_t mapBytesToUnits(const unsigned char* in, size_t count, const wchar16* table, wchar16* out) {
 #ifdef KELULIB_X86_KERNELS
   if (activeSimdLevel() == KelSimdLevel::kAvx512) {
     return x86::mapBytesToUnitsAvx512(in, count, table, out);

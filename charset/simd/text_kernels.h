@@ -49,8 +49,7 @@ KelKernelRun utf16ToUtf8(const wchar16* in, size_t count, unsigned char* out, si
 
 // Bytes to the units `table` (256 entries) gives them. Stops before a byte
 // whose entry is 0. Writes at most `count` units.
-size_t mapBytesToUnits(const unsigned char* in, size_t count, const wchar16* table,
-                       wchar16* out);
+size_t mapBytesToUnits(const unsigned char* in, size_t count, const wchar16* table, wchar16* out);
 
 // Units below 0x100 to the bytes `table` (256 entries) gives them. Stops
 // before a unit of 0x100 or above and before one whose entry is 0. Writes at

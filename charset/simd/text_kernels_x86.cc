@@ -7,16 +7,19 @@
 
 // GCC 12 warns about the deliberately undefined vectors inside its own
 // AVX-512 intrinsic headers (_mm512_undefined_*); nothing here reads one.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #pragma GCC diagnostic ignored "-Wuninitialized"
+#endif
 #include <immintrin.h>
 
 #include <cstdint>
 
 #define KELULIB_TARGET_AVX2 __attribute__((target("avx2,bmi,bmi2,popcnt")))
-#define KELULIB_TARGET_AVX512                                                           \
-  __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,avx2,bmi,bmi2," \
-                        "popcnt")))
+#define KELULIB_TARGET_AVX512                                                  \
+  __attribute__((                                                              \
+      target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,avx2,bmi,bmi2," \
+             "popcnt")))
 
 namespace kelulib {
 namespace x86 {
@@ -29,8 +32,7 @@ inline size_t widenOneByOne(const unsigned char* in, size_t count, wchar16* out)
   return count;
 }
 
-inline size_t narrowWhileBelow(const wchar16* in, size_t count, unsigned char* out,
-                               unsigned end) {
+inline size_t narrowWhileBelow(const wchar16* in, size_t count, unsigned char* out, unsigned end) {
   size_t i = 0;
   while (i < count && in[i] < end) {
     out[i] = static_cast<unsigned char>(in[i]);
@@ -122,8 +124,9 @@ size_t widenAsciiAvx512(const unsigned char* in, size_t count, wchar16* out, uns
   while (count - done >= 64) {
     const __m512i bytes = _mm512_loadu_si512(in + done);
     const uint64_t beyond = _mm512_cmpge_epu8_mask(bytes, limit);
-    const unsigned low = storeUnitsBefore(
-        out + done, _mm512_cvtepu8_epi16(_mm512_castsi512_si256(bytes)), static_cast<uint32_t>(beyond));
+    const unsigned low =
+        storeUnitsBefore(out + done, _mm512_cvtepu8_epi16(_mm512_castsi512_si256(bytes)),
+                         static_cast<uint32_t>(beyond));
     done += low;
     if (low < 32) return done;
     const unsigned high =
@@ -142,8 +145,7 @@ size_t narrowAsciiSse2(const wchar16* in, size_t count, unsigned char* out, unsi
   while (count - done >= 16) {
     const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + done));
     const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + done + 8));
-    const __m128i beyond =
-        _mm_or_si128(_mm_subs_epu16(first, last), _mm_subs_epu16(second, last));
+    const __m128i beyond = _mm_or_si128(_mm_subs_epu16(first, last), _mm_subs_epu16(second, last));
     if (_mm_movemask_epi8(_mm_cmpeq_epi16(beyond, zero)) != 0xFFFF) {
       return done + narrowWhileBelow(in + done, 16, out + done, end);
     }
@@ -209,8 +211,8 @@ inline uint64_t utf8RunStops(const KelUtf8Classes& c, unsigned width) {
   const uint64_t expected = ((c.lead2 | c.lead3) << 1 | c.lead3 << 2) & inBlock;
   const uint64_t missing = expected & ~c.continuation;
   const uint64_t cutShort = (missing >> 1 & (c.lead2 | c.lead3)) | (missing >> 2 & c.lead3);
-  const uint64_t beyondBlock = (c.lead2 >> (width - 1) & 1) << (width - 1) |
-                               (c.lead3 >> (width - 2) & 3) << (width - 2);
+  const uint64_t beyondBlock =
+      (c.lead2 >> (width - 1) & 1) << (width - 1) | (c.lead3 >> (width - 2) & 3) << (width - 2);
   return c.lead4 | (c.continuation & ~expected) | cutShort | beyondBlock;
 }
 
@@ -229,8 +231,8 @@ KelKernelRun utf8ToUtf16Avx512(const unsigned char* in, size_t count, wchar16* o
   const __m512i nextIndex = _mm512_add_epi8(
       _mm512_set_epi8(63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45,
                       44, 43, 42, 41, 40, 39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26,
-                      25, 24, 23, 22, 21, 20, 19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6,
-                      5, 4, 3, 2, 1, 0),
+                      25, 24, 23, 22, 21, 20, 19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5,
+                      4, 3, 2, 1, 0),
       _mm512_set1_epi8(1));
   const __m512i afterNextIndex = _mm512_add_epi8(nextIndex, _mm512_set1_epi8(1));
   size_t read = 0;
@@ -257,22 +259,22 @@ KelKernelRun utf8ToUtf16Avx512(const unsigned char* in, size_t count, wchar16* o
     const __m512i next = _mm512_permutexvar_epi8(nextIndex, block);
     const __m512i afterNext = _mm512_permutexvar_epi8(afterNextIndex, block);
     for (unsigned half = 0; half < 2; ++half) {
-      const __m512i byte0 = _mm512_cvtepu8_epi16(
-          half == 0 ? _mm512_castsi512_si256(block) : _mm512_extracti64x4_epi64(block, 1));
-      const __m512i byte1 = _mm512_and_si512(
-          _mm512_cvtepu8_epi16(half == 0 ? _mm512_castsi512_si256(next)
-                                         : _mm512_extracti64x4_epi64(next, 1)),
-          low6);
+      const __m512i byte0 = _mm512_cvtepu8_epi16(half == 0 ? _mm512_castsi512_si256(block)
+                                                           : _mm512_extracti64x4_epi64(block, 1));
+      const __m512i byte1 =
+          _mm512_and_si512(_mm512_cvtepu8_epi16(half == 0 ? _mm512_castsi512_si256(next)
+                                                          : _mm512_extracti64x4_epi64(next, 1)),
+                           low6);
       const __m512i byte2 = _mm512_and_si512(
           _mm512_cvtepu8_epi16(half == 0 ? _mm512_castsi512_si256(afterNext)
                                          : _mm512_extracti64x4_epi64(afterNext, 1)),
           low6);
       const __m512i two =
           _mm512_or_si512(_mm512_slli_epi16(_mm512_and_si512(byte0, low5), 6), byte1);
-      const __m512i three = _mm512_or_si512(
-          _mm512_or_si512(_mm512_slli_epi16(_mm512_and_si512(byte0, low4), 12),
-                          _mm512_slli_epi16(byte1, 6)),
-          byte2);
+      const __m512i three =
+          _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi16(_mm512_and_si512(byte0, low4), 12),
+                                          _mm512_slli_epi16(byte1, 6)),
+                          byte2);
       const unsigned shift = 32 * half;
       __m512i value =
           _mm512_mask_blend_epi16(static_cast<__mmask32>(classes.lead2 >> shift), byte0, two);
@@ -364,15 +366,15 @@ inline KelUtf8Bytes utf8BytesOf(__m256i sixteenUnits, unsigned lanes) {
 KELULIB_TARGET_AVX512
 inline size_t storeUsedBytes(const KelUtf8Bytes& piece, unsigned char* out) {
   const auto length = static_cast<unsigned>(__builtin_popcountll(piece.used));
-  _mm512_mask_storeu_epi8(out, lowLanes64(length), _mm512_maskz_compress_epi8(piece.used, piece.bytes));
+  _mm512_mask_storeu_epi8(out, lowLanes64(length),
+                          _mm512_maskz_compress_epi8(piece.used, piece.bytes));
   return length;
 }
 
 }  // namespace
 
 KELULIB_TARGET_AVX512
-KelKernelRun utf16ToUtf8Avx512(const wchar16* in, size_t count, unsigned char* out,
-                               size_t room) {
+KelKernelRun utf16ToUtf8Avx512(const wchar16* in, size_t count, unsigned char* out, size_t room) {
   const __m512i nonAscii = _mm512_set1_epi16(static_cast<short>(0xFF80));
   const __m512i asciiEnd16 = _mm512_set1_epi16(0x80);
   const __m512i belowThreeBytes = _mm512_set1_epi16(0x800);
@@ -392,9 +394,10 @@ KelKernelRun utf16ToUtf8Avx512(const wchar16* in, size_t count, unsigned char* o
       // One or two bytes each: built in the units' own 16-bit lanes.
       const __mmask32 ascii = _mm512_cmplt_epu16_mask(units, asciiEnd16);
       const __m512i lead = _mm512_or_si512(_mm512_set1_epi16(0xC0), _mm512_srli_epi16(units, 6));
-      const __m512i trail = _mm512_slli_epi16(
-          _mm512_or_si512(_mm512_set1_epi16(0x80), _mm512_and_si512(units, _mm512_set1_epi16(0x3F))),
-          8);
+      const __m512i trail =
+          _mm512_slli_epi16(_mm512_or_si512(_mm512_set1_epi16(0x80),
+                                            _mm512_and_si512(units, _mm512_set1_epi16(0x3F))),
+                            8);
       const __m512i bytes = _mm512_mask_blend_epi16(ascii, _mm512_or_si512(lead, trail), units);
       const __m512i width =
           _mm512_mask_blend_epi16(ascii, _mm512_set1_epi16(-1), _mm512_set1_epi16(0xFF));
@@ -406,20 +409,20 @@ KelKernelRun utf16ToUtf8Avx512(const wchar16* in, size_t count, unsigned char* o
         _mm512_cmpeq_epi16_mask(_mm512_and_si512(units, surrogateBits), surrogate);
     const auto run = static_cast<unsigned>(__builtin_ctzll(surrogates | uint64_t{1} << 32));
     if (run == 0) break;
-    written += storeUsedBytes(
-        utf8BytesOf(_mm512_castsi512_si256(units), run < 16 ? run : 16), out + written);
+    written += storeUsedBytes(utf8BytesOf(_mm512_castsi512_si256(units), run < 16 ? run : 16),
+                              out + written);
     if (run > 16) {
-      written += storeUsedBytes(utf8BytesOf(_mm512_extracti64x4_epi64(units, 1), run - 16),
-                                out + written);
+      written +=
+          storeUsedBytes(utf8BytesOf(_mm512_extracti64x4_epi64(units, 1), run - 16), out + written);
     }
     if (run < 32) return {read + run, written};
     read += 32;
   }
   while (count - read >= 16 && room - written >= 48) {
     const __m256i units = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + read));
-    const uint32_t surrogates = _mm256_cmpeq_epi16_mask(
-        _mm256_and_si256(units, _mm512_castsi512_si256(surrogateBits)),
-        _mm512_castsi512_si256(surrogate));
+    const uint32_t surrogates =
+        _mm256_cmpeq_epi16_mask(_mm256_and_si256(units, _mm512_castsi512_si256(surrogateBits)),
+                                _mm512_castsi512_si256(surrogate));
     const auto run = static_cast<unsigned>(__builtin_ctz(surrogates | 0x10000));
     if (run == 0) break;
     written += storeUsedBytes(utf8BytesOf(units, run), out + written);
@@ -454,8 +457,8 @@ size_t mapBytesToUnitsAvx512(const unsigned char* in, size_t count, const wchar1
     const __m512i highHalf = _mm512_mask_blend_epi16(upperQuarter, q2, q3);
     const __m512i units =
         _mm512_mask_blend_epi16(_mm512_test_epi16_mask(index, bit7), lowHalf, highHalf);
-    const unsigned run = storeUnitsBefore(
-        out + done, units, _mm512_cmpeq_epi16_mask(units, _mm512_setzero_si512()));
+    const unsigned run =
+        storeUnitsBefore(out + done, units, _mm512_cmpeq_epi16_mask(units, _mm512_setzero_si512()));
     done += run;
     if (run < 32) return done;
   }
@@ -523,13 +526,15 @@ KelKernelRun mapUnitsToCodesAvx512(const wchar16* in, size_t count, const uint16
     const __mmask16 twoBytes = _mm512_cmpge_epu32_mask(code, firstTwoByteCode);
     // Two-byte codes swap into byte order (high byte first).
     const __m512i swapped =
-        _mm512_or_si512(_mm512_srli_epi32(code, 8), _mm512_slli_epi32(_mm512_and_si512(code, _mm512_set1_epi32(0xFF)), 8));
+        _mm512_or_si512(_mm512_srli_epi32(code, 8),
+                        _mm512_slli_epi32(_mm512_and_si512(code, _mm512_set1_epi32(0xFF)), 8));
     const __m512i bytes = _mm512_mask_blend_epi32(twoBytes, code, swapped);
     __m512i width = _mm512_mask_blend_epi32(twoBytes, _mm512_set1_epi32(0xFF), low16);
     width = _mm512_maskz_mov_epi32(static_cast<__mmask16>(lowLanes32(run)), width);
     const __mmask64 used = _mm512_test_epi8_mask(width, width);
     const auto length = static_cast<unsigned>(__builtin_popcountll(used));
-    _mm512_mask_storeu_epi8(out + written, lowLanes64(length), _mm512_maskz_compress_epi8(used, bytes));
+    _mm512_mask_storeu_epi8(out + written, lowLanes64(length),
+                            _mm512_maskz_compress_epi8(used, bytes));
     written += length;
     // A whole block moves on by a constant, so that the next block's
     // look-ups need not wait for this one's.
@@ -556,8 +561,8 @@ KelKernelRun eucToUtf16Avx512(const unsigned char* in, size_t count, const uint1
   const __m512i nextIndex = _mm512_add_epi8(
       _mm512_set_epi8(63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45,
                       44, 43, 42, 41, 40, 39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26,
-                      25, 24, 23, 22, 21, 20, 19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6,
-                      5, 4, 3, 2, 1, 0),
+                      25, 24, 23, 22, 21, 20, 19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5,
+                      4, 3, 2, 1, 0),
       _mm512_set1_epi8(1));
   size_t read = 0;
   size_t written = 0;
@@ -572,8 +577,8 @@ KelKernelRun eucToUtf16Avx512(const unsigned char* in, size_t count, const uint1
       written += 64;
       continue;
     }
-    const uint64_t high = _mm512_cmpge_epu8_mask(block, firstHigh) &
-                          _mm512_cmple_epu8_mask(block, lastHigh);
+    const uint64_t high =
+        _mm512_cmpge_epu8_mask(block, firstHigh) & _mm512_cmple_epu8_mask(block, lastHigh);
     const uint64_t starts = high & ~(high << 1);
     const uint64_t fromEvenStart = high & ~(high + (starts & kEven));
     const uint64_t leads = (fromEvenStart & kEven) | (high & ~fromEvenStart & ~kEven);

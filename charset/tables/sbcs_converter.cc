@@ -103,7 +103,9 @@ size_t KelCharSetConverterSBCS::toUTF16(wchar16* dst, void const* src, size_t ds
         // One byte per unit: the loop reads the room's worth of bytes, or
         // the budget's, unless a zero comes first.
         size_t window = dstUnits - count;
-        if (budget > 0 && static_cast<size_t>(budget) < window) window = static_cast<size_t>(budget);
+        if (budget > 0 && static_cast<size_t>(budget) < window) {
+          window = static_cast<size_t>(budget);
+        }
         const size_t readable = known.from(in, window);
         if (readable >= kShortestRun) {
           const size_t run = kelulib::mapBytesToUnits(in, readable, table, dst + count);

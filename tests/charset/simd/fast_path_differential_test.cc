@@ -45,10 +45,14 @@ std::vector<KelSimdLevel> fastLevels() {
 
 std::string levelName(KelSimdLevel level) {
   switch (level) {
-    case KelSimdLevel::kScalar: return "scalar";
-    case KelSimdLevel::kSse2: return "SSE2";
-    case KelSimdLevel::kAvx2: return "AVX2";
-    case KelSimdLevel::kAvx512: return "AVX-512";
+    case KelSimdLevel::kScalar:
+      return "scalar";
+    case KelSimdLevel::kSse2:
+      return "SSE2";
+    case KelSimdLevel::kAvx2:
+      return "AVX2";
+    case KelSimdLevel::kAvx512:
+      return "AVX-512";
   }
   return "?";
 }
@@ -79,8 +83,9 @@ Outcome<wchar16> toUtf16(KelCharSetConverter* converter, const std::vector<unsig
   GuardedBuffer<wchar16> dst(room + 1, static_cast<wchar16>(0xA5A5));
   bool illegal = false;
   const size_t result = converter->toUTF16(dst.data(), src.get(), room, op, &illegal, srcLimit);
-  return {std::vector<wchar16>(dst.data(), dst.data() + room + 1 + GuardedBuffer<wchar16>::kGuardCount),
-          result, illegal};
+  return {
+      std::vector<wchar16>(dst.data(), dst.data() + room + 1 + GuardedBuffer<wchar16>::kGuardCount),
+      result, illegal};
 }
 
 Outcome<unsigned char> fromUtf16(KelCharSetConverter* converter, const std::vector<wchar16>& text,
@@ -92,8 +97,8 @@ Outcome<unsigned char> fromUtf16(KelCharSetConverter* converter, const std::vect
   GuardedBuffer<unsigned char> dst(room + 1 + slack);
   bool illegal = false;
   const size_t result = converter->fromUTF16(dst.data(), src.get(), room, op, &illegal);
-  return {std::vector<unsigned char>(
-              dst.data(), dst.data() + room + 1 + slack + GuardedBuffer<unsigned char>::kGuardCount),
+  return {std::vector<unsigned char>(dst.data(), dst.data() + room + 1 + slack +
+                                                     GuardedBuffer<unsigned char>::kGuardCount),
           result, illegal};
 }
 
@@ -111,21 +116,33 @@ std::vector<wchar16> randomUnits(std::mt19937& random, size_t length, bool withZ
     const unsigned kind = std::uniform_int_distribution<unsigned>(0, 99)(random);
     const size_t run = std::uniform_int_distribution<size_t>(1, 70)(random);
     for (size_t i = 0; i < run && units.size() < length; ++i) {
-      if (kind < 30) units.push_back(pick(0x20, 0x7E));
-      else if (kind < 35) units.push_back(pick(0x01, 0x7F));
-      else if (kind < 45) units.push_back(pick(0x80, 0xFF));
-      else if (kind < 55) units.push_back(pick(0x400, 0x44F));
-      else if (kind < 70) units.push_back(pick(0x4E00, 0x9FA5));
-      else if (kind < 75) units.push_back(pick(0x3041, 0x30F6));
-      else if (kind < 83) units.push_back(pick(0xAC00, 0xD7A3));
-      else if (kind < 86) units.push_back(pick(0x2000, 0x20AC));
+      if (kind < 30)
+        units.push_back(pick(0x20, 0x7E));
+      else if (kind < 35)
+        units.push_back(pick(0x01, 0x7F));
+      else if (kind < 45)
+        units.push_back(pick(0x80, 0xFF));
+      else if (kind < 55)
+        units.push_back(pick(0x400, 0x44F));
+      else if (kind < 70)
+        units.push_back(pick(0x4E00, 0x9FA5));
+      else if (kind < 75)
+        units.push_back(pick(0x3041, 0x30F6));
+      else if (kind < 83)
+        units.push_back(pick(0xAC00, 0xD7A3));
+      else if (kind < 86)
+        units.push_back(pick(0x2000, 0x20AC));
       else if (kind < 90) {
         units.push_back(pick(0xD800, 0xDBFF));
         units.push_back(pick(0xDC00, 0xDFFF));
-      } else if (kind < 93) units.push_back(pick(0xD800, 0xDFFF));
-      else if (kind < 95) units.push_back(0xFFFF);
-      else if (kind < 97 && withZeros) units.push_back(0);
-      else units.push_back(pick(0x100, 0xFFFD));
+      } else if (kind < 93)
+        units.push_back(pick(0xD800, 0xDFFF));
+      else if (kind < 95)
+        units.push_back(0xFFFF);
+      else if (kind < 97 && withZeros)
+        units.push_back(0);
+      else
+        units.push_back(pick(0x100, 0xFFFD));
     }
   }
   units.resize(length);
@@ -143,8 +160,8 @@ std::vector<unsigned char> randomBytes(std::mt19937& random, KelCharSetConverter
     if (kind < 75) {
       const std::vector<wchar16> units = randomUnits(random, 40, false);
       std::vector<unsigned char> encoded(40 * 12 + 4);
-      const size_t n = converter->fromUTF16(encoded.data(), units.data(), 40 * 12, ILLCHAR_REPLACE,
-                                            nullptr);
+      const size_t n =
+          converter->fromUTF16(encoded.data(), units.data(), 40 * 12, ILLCHAR_REPLACE, nullptr);
       bytes.insert(bytes.end(), encoded.begin(), encoded.begin() + static_cast<long>(n));
     } else if (kind < 90) {
       const size_t run = std::uniform_int_distribution<size_t>(1, 8)(random);
@@ -172,11 +189,21 @@ std::vector<unsigned char> randomBytes(std::mt19937& random, KelCharSetConverter
 // and surrogate forms (converted by their bits), all after ASCII runs of
 // every length up to two blocks.
 std::vector<std::vector<unsigned char>> utf8EdgeTexts() {
-  const std::vector<std::vector<unsigned char>> enders = {
-      {0x80},       {0xBF, 0xBF}, {0xC3},       {0xC3, 0x41}, {0xE3, 0x81},
-      {0xE3, 0x41}, {0xE3, 0x81, 0x41},          {0xF0, 0x9F, 0x98, 0x80},
-      {0xF8, 0x80, 0x80, 0x80},  {0xFF},         {0xC0, 0x80}, {0xED, 0xA0, 0x80},
-      {0xEF, 0xBF, 0xBF},        {0xC3, 0xA9},  {0xE6, 0x97, 0xA5}};
+  const std::vector<std::vector<unsigned char>> enders = {{0x80},
+                                                          {0xBF, 0xBF},
+                                                          {0xC3},
+                                                          {0xC3, 0x41},
+                                                          {0xE3, 0x81},
+                                                          {0xE3, 0x41},
+                                                          {0xE3, 0x81, 0x41},
+                                                          {0xF0, 0x9F, 0x98, 0x80},
+                                                          {0xF8, 0x80, 0x80, 0x80},
+                                                          {0xFF},
+                                                          {0xC0, 0x80},
+                                                          {0xED, 0xA0, 0x80},
+                                                          {0xEF, 0xBF, 0xBF},
+                                                          {0xC3, 0xA9},
+                                                          {0xE6, 0x97, 0xA5}};
   std::vector<std::vector<unsigned char>> texts;
   for (size_t lead = 0; lead <= 130; lead += (lead < 70 ? 1 : 7)) {
     for (const auto& ender : enders) {
@@ -191,11 +218,11 @@ std::vector<std::vector<unsigned char>> utf8EdgeTexts() {
 }
 
 // The converters with fast paths, and one of each other family.
-const KelCharSet kConverters[] = {
-    KelCS_UTF8,    KelCS_WCP1252, KelCS_ISO_8859_1, KelCS_WCP1250, KelCS_WCP1251,
-    KelCS_WCP1253, KelCS_WCP874,  KelCS_KOI8R,      KelCS_WCP932,  KelCS_WCP936,
-    KelCS_WCP949,  KelCS_WCP950,  KelCS_BIG5,       KelCS_SHIFTJIS, KelCS_SJIS0213,
-    KelCS_EUC_JP,  KelCS_EUC_CN,  KelCS_EUC_KR,     KelCS_GB18030, KelCS_UTF16ESC};
+const KelCharSet kConverters[] = {KelCS_UTF8,    KelCS_WCP1252,  KelCS_ISO_8859_1, KelCS_WCP1250,
+                                  KelCS_WCP1251, KelCS_WCP1253,  KelCS_WCP874,     KelCS_KOI8R,
+                                  KelCS_WCP932,  KelCS_WCP936,   KelCS_WCP949,     KelCS_WCP950,
+                                  KelCS_BIG5,    KelCS_SHIFTJIS, KelCS_SJIS0213,   KelCS_EUC_JP,
+                                  KelCS_EUC_CN,  KelCS_EUC_KR,   KelCS_GB18030,    KelCS_UTF16ESC};
 
 // --- The comparisons ---------------------------------------------------------
 
@@ -235,8 +262,8 @@ void expectSameToUtf16(KelCharSet id, const std::vector<unsigned char>& text,
       for (KelSimdLevel level : fastLevels()) {
         ScopedSimdLevel fast(level);
         ASSERT_TRUE(toUtf16(converter, text, room, op, limit) == reference)
-            << "converter " << id << ", " << levelName(level) << ", room " << room
-            << ", srcLimit " << limit << ", policy " << op << ", text of " << length << " bytes";
+            << "converter " << id << ", " << levelName(level) << ", room " << room << ", srcLimit "
+            << limit << ", policy " << op << ", text of " << length << " bytes";
       }
     };
     for (size_t room : rooms) compare(room, -1);
@@ -255,8 +282,8 @@ void expectSameFromUtf16(KelCharSet id, const std::vector<wchar16>& text, std::m
     // The UTF-8 escape drops the unit after an unpaired high surrogate, so
     // a high surrogate just before the terminator would make it read past
     // the terminator; that input is outside its contract.
-    if (id == KelCS_UTF8 && op == ILLCHAR_ESCAPE && length > 0 &&
-        text[length - 1] >= 0xD800 && text[length - 1] <= 0xDBFF) {
+    if (id == KelCS_UTF8 && op == ILLCHAR_ESCAPE && length > 0 && text[length - 1] >= 0xD800 &&
+        text[length - 1] <= 0xDBFF) {
       continue;
     }
     for (size_t room : sizesUpTo(3 * length + 2, random)) {
@@ -281,9 +308,10 @@ TEST_P(FastPathDifferential, ToUtf16OfRandomShortTextsMatchesPlainCode) {
   std::mt19937 random(static_cast<unsigned>(GetParam()));
   for (size_t length : {0, 1, 2, 15, 16, 17, 33, 64, 65, 100, 130}) {
     for (bool zeros : {false, true}) {
-      expectSameToUtf16(GetParam(), randomBytes(random, KelCharSetConverter::getConverter(GetParam()),
-                                                length, zeros),
-                        random);
+      expectSameToUtf16(
+          GetParam(),
+          randomBytes(random, KelCharSetConverter::getConverter(GetParam()), length, zeros),
+          random);
     }
   }
 }
@@ -330,6 +358,67 @@ TEST_P(FastPathDifferential, ToUtf16OfAsciiRunsOfEveryLengthMatchesPlainCode) {
         ScopedSimdLevel fast(level);
         ASSERT_TRUE(toUtf16(converter, text, text.size() + 1, op, -1) == reference)
             << levelName(level) << ", ASCII run of " << length;
+      }
+    }
+  }
+}
+
+TEST_P(FastPathDifferential, ToUtf16WithABadByteAtEveryPositionMatchesPlainCode) {
+  std::mt19937 random(static_cast<unsigned>(GetParam()) + 5);
+  KelCharSetConverter* converter = KelCharSetConverter::getConverter(GetParam());
+  const std::vector<unsigned char> base = randomBytes(random, converter, 90, false);
+  for (unsigned char bad : {0x80, 0xA0, 0xFF, 0x7F, 0x8E, 0xE3}) {
+    for (size_t at = 0; at + 1 < base.size(); ++at) {
+      std::vector<unsigned char> text = base;
+      text[at] = bad;
+      const size_t length = text.size() - 1;
+      for (ILLCHAR_OPTYPE op : kPolicies) {
+        for (int limit :
+             {-1, static_cast<int>(at), static_cast<int>(at) + 1, static_cast<int>(at) + 2}) {
+          Outcome<wchar16> reference;
+          {
+            ScopedSimdLevel plain(KelSimdLevel::kScalar);
+            reference = toUtf16(converter, text, length + 1, op, limit);
+          }
+          for (KelSimdLevel level : fastLevels()) {
+            ScopedSimdLevel fast(level);
+            ASSERT_TRUE(toUtf16(converter, text, length + 1, op, limit) == reference)
+                << levelName(level) << ", byte " << int{bad} << " at " << at << ", srcLimit "
+                << limit << ", policy " << op;
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST_P(FastPathDifferential, FromUtf16WithAnUnmappableUnitAtEveryPositionMatchesPlainCode) {
+  std::mt19937 random(static_cast<unsigned>(GetParam()) + 6);
+  KelCharSetConverter* converter = KelCharSetConverter::getConverter(GetParam());
+  std::vector<wchar16> base(90);
+  for (size_t i = 0; i < base.size(); ++i) base[i] = i % 3 == 0 ? u'a' : u'\u00E9';
+  base.push_back(0);
+  for (wchar16 odd :
+       {wchar16{0xD800}, wchar16{0xDC00}, wchar16{0xFFFF}, wchar16{0x0E3F}, wchar16{0x7F}}) {
+    for (size_t at = 0; at + 1 < base.size(); ++at) {
+      std::vector<wchar16> text = base;
+      text[at] = odd;
+      // The UTF-8 escape of a high surrogate drops the next unit: keep a
+      // unit after it (the terminator must not be the one dropped).
+      for (ILLCHAR_OPTYPE op : kPolicies) {
+        if (GetParam() == KelCS_UTF8 && op == ILLCHAR_ESCAPE && at + 2 == base.size() &&
+            odd == 0xD800)
+          continue;
+        Outcome<unsigned char> reference;
+        {
+          ScopedSimdLevel plain(KelSimdLevel::kScalar);
+          reference = fromUtf16(converter, text, 3 * text.size(), op);
+        }
+        for (KelSimdLevel level : fastLevels()) {
+          ScopedSimdLevel fast(level);
+          ASSERT_TRUE(fromUtf16(converter, text, 3 * text.size(), op) == reference)
+              << levelName(level) << ", unit " << int{odd} << " at " << at << ", policy " << op;
+        }
       }
     }
   }
