@@ -13,11 +13,12 @@ namespace {
 // longer ones take it from the heap (and give 0 if it cannot be had).
 constexpr size_t kStackInputBytes = size_t{32} * 1024;
 
-// The UTF-16 intermediate of a narrow input: (input length + 1) units, of
-// which the input length is the conversion's room.
+// The UTF-16 intermediate of a narrow input: room for the input length in
+// units, then two units for zeros: the converter's terminator, and a second
+// zero that utf8ToNarrow puts after it (see there).
 class Utf16Intermediate {
  public:
-  explicit Utf16Intermediate(const char* src) : m_room(std::strlen(src)), m_units(m_room + 1) {}
+  explicit Utf16Intermediate(const char* src) : m_room(std::strlen(src)), m_units(m_room + 2) {}
   wchar16* data() const { return m_units.data(); }
   size_t room() const { return m_room; }
 
@@ -34,6 +35,73 @@ KelCharSetConverter* latin1Converter() {
   return kelulib::charSetRegistry().lookUp(KelCS_ISO_8859_1);
 }
 
+bool hasUnpairedHighSurrogate(const wchar16* text, size_t length) {
+  for (size_t i = 0; i < length; ++i) {
+    if (kelulib::isHighSurrogate(text[i]) &&
+        (i + 1 == length || !kelulib::isLowSurrogate(text[i + 1]))) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// fromUTF16 under ILLCHAR_ESCAPE of the `length` units of `text` (followed
+// by two zero units) into `dst`, never past room + nullSize bytes.
+//
+// The UTF-8 converter writes the six bytes of an unpaired high surrogate's
+// escape but counts five against its room, so its output may end up to one
+// byte per escape past the room. The conversion is therefore made into
+// scratch space; when its output fits the room it is copied as it is.
+// Otherwise the text is converted again cut after as many units as give an
+// output that fits (a surrogate pair is not cut), which ends the output
+// after the last whole character that fits, as the room rule promises.
+size_t escapeWithinRoom(KelCharSetConverter* converter, char* dst, wchar16* text, size_t length,
+                        size_t room, size_t nullSize) {
+  // No unit gives more than six bytes when the room does not run out.
+  const size_t most = 6 * length;
+  // The scratch space: the most, plus the one byte per escape (at most one
+  // per unit) that the converter may put past its room, plus a terminator.
+  kelulib::KelScratchBuffer<char, 1024> out(most + length + nullSize);
+  if (out.data() == nullptr) return 0;
+  // The output of the first `count` units, ended by two zero units for the
+  // time of the call.
+  const auto convertFirst = [&](size_t count) {
+    const wchar16 kept[2] = {text[count], text[count + 1]};
+    text[count] = 0;
+    text[count + 1] = 0;
+    const size_t written = converter->fromUTF16(out.data(), text, most, ILLCHAR_ESCAPE, nullptr);
+    text[count] = kept[0];
+    text[count + 1] = kept[1];
+    return written;
+  };
+  size_t written = converter->fromUTF16(out.data(), text, room < most ? room : most,
+                                        ILLCHAR_ESCAPE, nullptr);
+  if (written > room) {
+    // Units before `count`, moved back before a low surrogate that would be
+    // cut from its high one.
+    const auto whole = [&](size_t count) {
+      return count > 0 && count < length && kelulib::isHighSurrogate(text[count - 1]) &&
+                     kelulib::isLowSurrogate(text[count])
+                 ? count - 1
+                 : count;
+    };
+    // The output grows with the units converted: find the most that fit.
+    size_t fits = 0;
+    size_t tooMany = length;
+    while (tooMany - fits > 1) {
+      const size_t middle = fits + (tooMany - fits) / 2;
+      if (convertFirst(whole(middle)) <= room) {
+        fits = middle;
+      } else {
+        tooMany = middle;
+      }
+    }
+    written = convertFirst(whole(fits));
+  }
+  std::memcpy(dst, out.data(), written + nullSize);
+  return written;
+}
+
 // UTF-8 text to the set of `converter` under `op`: the shared body of
 // UTF8ToLocal and UTF8ToLocalPath.
 size_t utf8ToNarrow(KelCharSetConverter* converter, char* dst, const char* src, int dstSize,
@@ -47,11 +115,19 @@ size_t utf8ToNarrow(KelCharSetConverter* converter, char* dst, const char* src, 
   }
   Utf16Intermediate text(src);
   if (text.data() == nullptr) return 0;
-  if (kelulib::cachedUtf8Converter()->toUTF16(text.data(), src, text.room(), ILLCHAR_REPLACE,
-                                              nullptr, -1) == 0) {
-    return 0;
+  const size_t length = kelulib::cachedUtf8Converter()->toUTF16(
+      text.data(), src, text.room(), ILLCHAR_REPLACE, nullptr, -1);
+  if (length == 0) return 0;
+  // Encoded surrogates decode to units as they are, so the text may end in
+  // an unpaired high surrogate. The UTF-8 converter's escape of one drops
+  // the unit after it, here the terminator: a second zero ends the text
+  // there all the same.
+  text.data()[length + 1] = 0;
+  const size_t room = sizeOf(dstSize) - nullSize;
+  if (op == ILLCHAR_ESCAPE && hasUnpairedHighSurrogate(text.data(), length)) {
+    return escapeWithinRoom(converter, dst, text.data(), length, room, nullSize);
   }
-  return converter->fromUTF16(dst, text.data(), sizeOf(dstSize) - nullSize, op, nullptr);
+  return converter->fromUTF16(dst, text.data(), room, op, nullptr);
 }
 
 // Replaces, left to right, every "U+XXXX" (upper-case hex) in the first

@@ -55,10 +55,9 @@ KELULIB_API size_t LocalPathToUTF8(char* dst, char const* src, int dstSize);
  * code page lacks becomes the six characters "U+XXXX" of its UTF-16 unit
  * (a character that does not fit whole ends the output). When the code page
  * is UTF-8 itself, only an unpaired high surrogate (from encoded surrogates
- * in `src`) is escaped, and the UTF-8 converter's escape counts five bytes
- * against the room for the six it writes: each such escape may put the
- * output one byte further past the room, so give such input at least one
- * spare byte per escape. */
+ * in `src`) is escaped, and the unit after it is dropped, as the UTF-8
+ * converter escapes; the output still never runs past dstSize, and the
+ * text ends at its terminator even when it ends in such a surrogate. */
 KELULIB_API size_t UTF8ToLocalPath(char* dst, char const* src, int dstSize);
 
 /* UTF-16 units that the local text `src` converts to (the converter's

@@ -47,6 +47,22 @@ char* pascalText(KelPascalString& p) {
   return reinterpret_cast<char*>(&p) + offsetof(KelPascalString, text);
 }
 
+// The text of a KelPascalString, copied and followed by a whole
+// terminator. The record's storage ends with its text, but a converter
+// looks at the byte after a lead byte whatever its source limit says, so
+// the text is converted from this copy, never in place.
+class TerminatedPascalText {
+ public:
+  explicit TerminatedPascalText(const KelPascalString& p) {
+    std::memcpy(m_bytes, pascalText(p), p.length);
+    std::memset(m_bytes + p.length, 0, kNarrowTerminatorBytes);
+  }
+  const char* data() const { return m_bytes; }
+
+ private:
+  char m_bytes[255 + kNarrowTerminatorBytes];
+};
+
 const wchar16* bstrText(const KelBSTR& b) {
   return reinterpret_cast<const wchar16*>(reinterpret_cast<const char*>(&b) +
                                           offsetof(KelBSTR, text));
@@ -169,13 +185,15 @@ KelUString::KelUString(const char* s, size_t n, KelCharSet cs) {
 
 KelUString::KelUString(const KelPascalString& p, KelCharSet cs) {
   initForAlloc();
-  initFromNarrow(KelCharSetConverter::getConverter(cs), pascalText(p), p.length, p.length);
+  const TerminatedPascalText text(p);
+  initFromNarrow(KelCharSetConverter::getConverter(cs), text.data(), p.length, p.length);
 }
 
 KelUString::KelUString(const KelPascalString* p, KelCharSet cs) {
   initForAlloc();
   if (p != nullptr) {
-    initFromNarrow(KelCharSetConverter::getConverter(cs), pascalText(*p), p->length, p->length);
+    const TerminatedPascalText text(*p);
+    initFromNarrow(KelCharSetConverter::getConverter(cs), text.data(), p->length, p->length);
   }
 }
 
@@ -286,7 +304,8 @@ KelUString& KelUString::operator=(const KelPascalString* p) {
     dropNarrowCache();
     return *this;
   }
-  assignFromNarrow(osConverter(), pascalText(*p), p->length, p->length);
+  const TerminatedPascalText text(*p);
+  assignFromNarrow(osConverter(), text.data(), p->length, p->length);
   dropNarrowCache();
   return *this;
 }

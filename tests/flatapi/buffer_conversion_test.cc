@@ -1428,16 +1428,66 @@ TEST(BufferConversionUTF8ToLocalPath, Utf8CodePageLongPathIsConvertedWhole) {
   EXPECT_TRUE(dst.guardsIntact());
 }
 
-TEST(BufferConversionUTF8ToLocalPath, Utf8CodePageEscapeOfUnpairedSurrogateCountsFiveBytes) {
+TEST(BufferConversionUTF8ToLocalPath, Utf8CodePageEscapesAnUnpairedSurrogateAndDropsTheNextUnit) {
   // Encoded surrogates decode to units as they are, so ED A0 80 is an
-  // unpaired U+D800. The UTF-8 converter escapes it as six bytes counted as
-  // five and drops the unit after it: with dstSize 7 (room 6) the output is
-  // "U+D800" then "b", one byte past the room, terminator at dst[7].
+  // unpaired U+D800. The UTF-8 converter escapes it and drops the unit after
+  // it: "U+D800" then "b".
   if (osSet() != OsSet::kUtf8) GTEST_SKIP() << skipReason(OsSet::kUtf8);
-  GuardedBuffer<char> dst(9);
-  EXPECT_EQ(UTF8ToLocalPath(dst.data(), "\xED\xA0\x80" "ab", 7), 7u);
+  GuardedBuffer<char> dst(8);
+  EXPECT_EQ(UTF8ToLocalPath(dst.data(), "\xED\xA0\x80" "ab", 8), 7u);
   EXPECT_EQ(bytesOf(dst, 8), terminated("U+D800b"));
-  EXPECT_TRUE(dst.untouchedFrom(8));
+  EXPECT_TRUE(dst.guardsIntact());
+}
+
+// Found by fuzzing: the UTF-8 converter counts five bytes against its room
+// for the six of an escape, so with dstSize 7 (room 6) the output used to be
+// "U+D800b", its terminator at dst[7], past the buffer. Now the output ends
+// after the last whole character that fits: "U+D800" (the "a" after the
+// surrogate is dropped by the escape).
+TEST(BufferConversionUTF8ToLocalPath, Utf8CodePageEscapeNeverRunsPastDstSize) {
+  if (osSet() != OsSet::kUtf8) GTEST_SKIP() << skipReason(OsSet::kUtf8);
+  GuardedBuffer<char> dst(7);
+  EXPECT_EQ(UTF8ToLocalPath(dst.data(), "\xED\xA0\x80" "ab", 7), 6u);
+  EXPECT_EQ(bytesOf(dst, 7), terminated("U+D800"));
+  EXPECT_TRUE(dst.guardsIntact());
+  // Two escapes, each one byte short in the converter's count: room 12
+  // holds both, and the "c" after them would be the thirteenth byte.
+  GuardedBuffer<char> two(13);
+  EXPECT_EQ(UTF8ToLocalPath(two.data(), "\xED\xA0\x80" "a\xED\xA0\x81" "bc", 13), 12u);
+  EXPECT_EQ(bytesOf(two, 13), terminated("U+D800U+D801"));
+  EXPECT_TRUE(two.guardsIntact());
+  // The four bytes of U+1F600 would end one byte past room 10: they are
+  // left out whole.
+  GuardedBuffer<char> pair(11);
+  EXPECT_EQ(UTF8ToLocalPath(pair.data(), "\xED\xA0\x80" "ax\xF0\x9F\x98\x80", 11), 7u);
+  EXPECT_EQ(bytesOf(pair, 8), terminated("U+D800x"));
+  EXPECT_TRUE(pair.untouchedFrom(8));
+}
+
+// Fills a stretch of the stack with non-zero units, so that what a later
+// call finds in its own uninitialised stack space is not zero.
+wchar16 dirtyTheStack() {
+  volatile wchar16 units[40000];
+  for (size_t i = 0; i < 40000; ++i) units[i] = u'Z';
+  return units[39999];
+}
+wchar16 (*volatile dirtyTheStackOutOfLine)() = dirtyTheStack;
+
+// Found by fuzzing: an unpaired high surrogate right before the end of the
+// text made the escape drop the terminator and read on into whatever
+// followed the intermediate text.
+TEST(BufferConversionUTF8ToLocalPath, Utf8CodePageUnpairedHighSurrogateAtTheEndIsNotReadPast) {
+  if (osSet() != OsSet::kUtf8) GTEST_SKIP() << skipReason(OsSet::kUtf8);
+  dirtyTheStackOutOfLine();
+  GuardedBuffer<char> dst(64);
+  EXPECT_EQ(UTF8ToLocalPath(dst.data(), "a\xED\xA0\x80", 64), 7u);
+  EXPECT_EQ(bytesOf(dst, 8), terminated("aU+D800"));
+  // An input long enough for its intermediate text to be on the heap.
+  const std::string longText = std::string(40000, 'a') + "\xED\xAF\xBF";
+  GuardedBuffer<char> longDst(longText.size() + 16);
+  EXPECT_EQ(UTF8ToLocalPath(longDst.data(), longText.c_str(), sizeArg(longDst.size())), 40006u);
+  EXPECT_EQ(bytesOf(longDst, 40007), terminated(std::string(40000, 'a') + "U+DBFF"));
+  EXPECT_TRUE(longDst.guardsIntact());
 }
 
 TEST(BufferConversionUTF8ToLocalPath, Windows1252CodePageEscapesWhatItLacks) {

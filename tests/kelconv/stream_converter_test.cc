@@ -148,6 +148,16 @@ TEST(StreamConverterCuts, InvalidUtf8IsReplacedTheSameAtEveryCut) {
                        bytesOf(std::u16string(u"\uFFFDAB\uFFFD")));
 }
 
+// Found by fuzzing: F5 D1 lies in the 94x94 rows but names no JIS X 0208
+// character (row 0x75), so the converter reads F5 alone and pairs D1 with
+// the next byte. A cut after D1 used to end the text there, reading D1
+// alone too.
+TEST(StreamConverterCuts, EucJapaneseUnmappedPairBeforeACutIsReadAsTheConverterReadsIt) {
+  // Python's codecs: F5 is illegal, D1 D0 is U+51A9.
+  expectSameAtEveryCut(settings(KelCS_EUC_JP, KelCS_UTF8), "\xF5\xD1\xD0" "Q",
+                       "\xEF\xBF\xBD\xE5\x86\xA9" "Q");
+}
+
 TEST(StreamConverterCuts, LargeWritesGoThroughInSlices) {
   std::string input;
   std::string expected;
@@ -269,6 +279,51 @@ TEST(StreamConverterPolicies, StopEndsBeforeAnUnpairedSurrogateAtTheEnd) {
   EXPECT_EQ(result.failure.kind, ConversionFailure::Kind::kUnrepresentable);
   EXPECT_EQ(result.failure.offset, 4u);
   EXPECT_EQ(result.failure.character, 0xD83Du);
+}
+
+// Found by fuzzing: GB18030 ends its whole text at a high surrogate that no
+// low surrogate follows, so what came out after one depended on where the
+// input was cut (each write ending its own text). The surrogate alone has
+// no GB18030 form and is left out; the text after it is converted.
+TEST(StreamConverterCuts, Gb18030UnpairedHighSurrogateLeavesOutOnlyItselfAtEveryCut) {
+  expectSameAtEveryCut(settings(KelCS_UTF16, KelCS_GB18030),
+                       bytesOf(std::u16string(u"a\xD800" u"bc\u00E9")),
+                       "abc\xA8\xA6");  // Python's codecs: U+00E9 is A8 A6
+}
+
+TEST(StreamConverterPolicies, StopEndsBeforeAnUnpairedHighSurrogateInGb18030) {
+  const Converted result = convertPieces(settings(KelCS_UTF16, KelCS_GB18030, Policy::kStop),
+                                         {bytesOf(std::u16string(u"a\xD800" u"b"))});
+  EXPECT_EQ(result.output, "a");
+  EXPECT_EQ(result.failure.kind, ConversionFailure::Kind::kUnrepresentable);
+  EXPECT_EQ(result.failure.offset, 2u);
+  EXPECT_EQ(result.failure.character, 0xD800u);
+}
+
+// The UTF-8 converter's escape of an unpaired high surrogate drops the unit
+// after it, and before a zero unit reads on past that zero; the stream
+// escapes the surrogate alone, so nothing after it is lost or read twice.
+TEST(StreamConverterPolicies, EscapeOfAnUnpairedHighSurrogateInUtf8KeepsWhatFollows) {
+  expectSameAtEveryCut(settings(KelCS_UTF16, KelCS_UTF8, Policy::kEscape),
+                       bytesOf(std::u16string(u"\xD800" u"AB")), "U+D800AB");
+  const std::string zero("\0", 1);
+  expectSameAtEveryCut(settings(KelCS_UTF8, KelCS_UTF8, Policy::kEscape),
+                       "\xED\xA0\x80" + zero + "A\xED\xA0\x80", "U+D800" + zero + "AU+D800");
+}
+
+// Found by fuzzing: the bytes of the invalid sequence were measured only
+// up to the end of the write, so a cut after FF A2 reported both bytes.
+// The converter reads FF alone (A2 then FF do not continue it).
+TEST(StreamConverterPolicies, StopGivesTheSameInvalidBytesWhereverTheInputIsCut) {
+  const std::string input = "\xFF\xA2\xFF\xFF\xA2";
+  for (size_t at = 0; at <= input.size(); ++at) {
+    const Converted result = convertPieces(settings(KelCS_UTF8, KelCS_UTF8, Policy::kStop),
+                                           {input.substr(0, at), input.substr(at)});
+    EXPECT_EQ(result.output, "") << "cut after byte " << at;
+    EXPECT_EQ(result.failure.kind, ConversionFailure::Kind::kInvalidInput) << "cut after byte " << at;
+    EXPECT_EQ(result.failure.offset, 0u) << "cut after byte " << at;
+    EXPECT_EQ(result.failure.bytes, "\xFF") << "cut after byte " << at;
+  }
 }
 
 TEST(StreamConverterPolicies, StopKeepsGoingOverAPairCutBetweenWrites) {

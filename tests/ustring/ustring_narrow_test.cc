@@ -252,6 +252,26 @@ TEST(KelUStringNarrow, PascalTextStopsAtItsLength) {
   EXPECT_EQ(textOf(KelUString(storage.record(), KelCS_UTF8)), u"ab");
 }
 
+// Found by fuzzing: a text that ends in a lead byte was converted in place,
+// and the converter looked at the byte after the record for its trail
+// byte. A lead byte at the end of a text stands alone (U+FFFD), whatever
+// follows the record in memory.
+TEST(KelUStringNarrow, PascalTextEndingInALeadByteIsNotReadPastItsRecord) {
+  // 0x82 0xA0 would be U+3042 in code page 932.
+  PascalStorage storage("\x82\xA0");
+  storage.record()->length = 1;
+  EXPECT_EQ(textOf(KelUString(storage.record(), KelCS_WCP932)), u"\uFFFD");
+  EXPECT_EQ(textOf(KelUString(*storage.record(), KelCS_WCP932)), u"\uFFFD");
+  // The same in EUC-KR (0xB0 0xA1 is U+AC00) and GB18030 (0x81 0x30 0x81
+  // 0x30 is U+0080): a lead byte with nothing after it is illegal alone.
+  PascalStorage euc("\xB0\xA1");
+  euc.record()->length = 1;
+  EXPECT_EQ(textOf(KelUString(euc.record(), KelCS_EUC_KR)), u"\uFFFD");
+  PascalStorage gb("\x81\x30\x81\x30");
+  gb.record()->length = 2;
+  EXPECT_EQ(textOf(KelUString(gb.record(), KelCS_GB18030)), u"\uFFFD" u"0");
+}
+
 TEST(KelUStringNarrow, PascalOfLengthZeroOrNullGivesEmpty) {
   PascalStorage storage("");
   EXPECT_TRUE(KelUString(*storage.record(), KelCS_UTF8).empty());

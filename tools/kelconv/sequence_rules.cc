@@ -67,10 +67,6 @@ bool isUpperHexDigit(unsigned char b) { return (b >= '0' && b <= '9') || (b >= '
 bool isDigit(unsigned char b) { return b >= 0x30 && b <= 0x39; }
 bool inRange(unsigned char b, unsigned first, unsigned last) { return b >= first && b <= last; }
 
-// A byte whose low seven bits lie outside 0x21-0x7E names no row or cell of
-// a 94x94 set.
-bool isRowOrCell(unsigned char b) { return inRange(b & 0x7F, 0x21, 0x7E); }
-
 // `expected` bytes after data[0] must each pass `continues`: the length
 // 1 + expected when they do, 1 when one of those at hand does not, 0 when
 // all at hand do but some are still to come.
@@ -93,24 +89,33 @@ size_t utf8Length(const unsigned char* data, size_t available) {
                     [](size_t, unsigned char b) { return isContinuation(b); });
 }
 
+// Whether the EUC-JP converter reads the `length` bytes at `data` as one
+// character: it decodes a two- or three-byte sequence only when the code
+// it names is mapped, and otherwise reads the first byte alone. Asked of
+// the converter itself, so that the stream cuts where the converter does.
+bool eucJapaneseReadsAsOne(const unsigned char* data, size_t length) {
+  static KelCharSetConverter* const converter = KelCharSetConverter::getConverter(KelCS_EUC_JP);
+  unsigned char text[4] = {};
+  for (size_t i = 0; i < length; ++i) {
+    if (data[i] == 0) return false;
+    text[i] = data[i];
+  }
+  wchar16 unit[2] = {};
+  bool illegal = false;
+  return converter->toUTF16(unit, text, 1, ILLCHAR_STOP, &illegal, -1) == 1 && !illegal;
+}
+
+// EUC-JP: 0x8E and one byte, 0x8F and two bytes, any other byte from 0x7F
+// and one byte, each only when the converter maps the code; else one byte.
 size_t eucJapaneseLength(const unsigned char* data, size_t available) {
   const unsigned char b = data[0];
-  if (b == 0x8E) {
-    return followedBy(data, available, 1,
-                      [](size_t, unsigned char t) { return inRange(t, 0xA1, 0xDF); });
+  if (b < 0x7F) return 1;
+  const size_t length = b == 0x8F ? 3 : 2;
+  for (size_t i = 1; i < length; ++i) {
+    if (i == available) return 0;
+    if (data[i] == 0) return 1;  // the text ends there: the byte is read alone
   }
-  if (b == 0x8F) {
-    return followedBy(data, available, 2, [](size_t, unsigned char t) { return isRowOrCell(t); });
-  }
-  if (b == 0x80) {
-    // Row 0 holds JIS X 0201: any seven-bit value but 0 and 0x7F.
-    return followedBy(data, available, 1,
-                      [](size_t, unsigned char t) { return inRange(t & 0x7F, 0x01, 0x7E); });
-  }
-  if (inRange(b, 0xA1, 0xFE)) {
-    return followedBy(data, available, 1, [](size_t, unsigned char t) { return isRowOrCell(t); });
-  }
-  return 1;
+  return eucJapaneseReadsAsOne(data, length) ? length : 1;
 }
 
 size_t gb18030Length(const unsigned char* data, size_t available) {

@@ -4,10 +4,9 @@
 //
 // The rules follow the library's converters byte for byte: a lead byte
 // whose next byte cannot continue it is a character of its own, exactly as
-// the converter reads it. One family is approximate: in EUC-JP a two- or
-// three-byte sequence counts as one character whenever its bytes lie in the
-// 94x94 rows, although the converter reads the first byte alone when the
-// character set leaves that code undefined.
+// the converter reads it. In EUC-JP, where the converter reads a two- or
+// three-byte sequence as one character only when its code is mapped, the
+// rules ask the converter.
 #ifndef KELULIB_TOOLS_KELCONV_SEQUENCE_RULES_H_
 #define KELULIB_TOOLS_KELCONV_SEQUENCE_RULES_H_
 
@@ -24,7 +23,7 @@ class SequenceRules {
     kSingleByte,   // every byte is a character
     kUtf8,         // lead byte, then continuation bytes 10xxxxxx
     kLeadTrail,    // a lead byte, then a trail byte (double-byte and EUC-CN/KR)
-    kEucJapanese,  // 0x8E + one byte, 0x8F + two bytes, high byte + one byte
+    kEucJapanese,  // 0x8E + one byte, 0x8F + two bytes, high byte + one byte, when mapped
     kGb18030,      // one, two or four bytes
     kUnitEscape,   // bytes, with "U+XXXX" standing for one UTF-16 unit
     kUnits,        // fixed-size code units (UTF-16, UTF-32)

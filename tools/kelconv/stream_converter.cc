@@ -94,16 +94,17 @@ void StreamConverter::convertPending(bool endOfInput) {
     complete = prefix.length;
     keepBackFrom = prefix.lastStart;
   }
-  // The converters read up to a zero character: end the text with one.
-  const std::vector<unsigned char> rest(m_pending.begin() + complete, m_pending.end());
-  m_pending.resize(complete);
-  m_pending.resize(complete + unit, 0);
+  // The converters read up to a zero character: each text gets one for the
+  // call (decodeRange), in the place of the bytes after it, which need room
+  // for it. Those bytes stay in m_pending meanwhile, so that the slow path
+  // measures the characters before them as completePrefix() did.
+  const size_t total = m_pending.size();
+  if (total < complete + unit) m_pending.resize(complete + unit, 0);
 
   const size_t converted = convertPieces(complete, keepBackFrom);
   if (stopped()) return;
+  m_pending.resize(total);
   m_pending.erase(m_pending.begin(), m_pending.begin() + converted);
-  m_pending.resize(complete - converted);
-  m_pending.insert(m_pending.end(), rest.begin(), rest.end());
   m_pendingOffset += converted;
   if (endOfInput && !m_pending.empty()) convertPartialUnit(m_pending.size());
 }
@@ -189,8 +190,16 @@ size_t StreamConverter::convertSlowly(size_t begin, size_t end, size_t keepBackF
   std::u16string held;  // a high surrogate whose pair may follow
   size_t heldStart = begin;
   for (size_t position = begin; position < end;) {
-    size_t length = m_rules.sequenceLength(m_pending.data() + position, end - position);
-    if (length == 0) length = end - position;  // cut short by the end of the text
+    // The text before a write's held-back bytes (keepBackFrom given) is
+    // measured over those bytes too, as completePrefix() measured it: up to
+    // `end` alone, a sequence that the bytes after it break off would look
+    // unfinished and take in the bytes before the cut. A text that ends at
+    // a zero character or at the end of the input ends there.
+    const size_t available =
+        keepBackFrom != kNone ? m_pending.size() - position : end - position;
+    size_t length = m_rules.sequenceLength(m_pending.data() + position, available);
+    // Cut short by the end of the text.
+    if (length == 0 || length > end - position) length = end - position;
     std::u16string decoded;
     const bool valid = decodeSequence(position, length, decoded);
     const bool pairsWithHeld = !held.empty() && !decoded.empty() && isLowSurrogate(decoded[0]);
@@ -271,8 +280,46 @@ bool StreamConverter::encode(const wchar16* units, size_t count) {
   }
 }
 
-// Encodes the zero-terminated units[0, count), none of them zero.
+// Encodes the zero-terminated units[0, count), none of them zero. Each
+// unpaired high surrogate is encoded on its own, between the text before it
+// and the text after it: what a converter does with one depends on the unit
+// after it (GB18030 ends the whole text there, the UTF-8 escape drops that
+// unit), and that unit may come from another write.
 bool StreamConverter::encodeRun(const wchar16* units, size_t count) {
+  size_t begin = 0;
+  for (size_t at = 0; at < count; ++at) {
+    if (!isHighSurrogate(units[at])) continue;
+    if (at + 1 < count && isLowSurrogate(units[at + 1])) {
+      ++at;
+      continue;
+    }
+    if (at > begin) {
+      const std::u16string before(units + begin, at - begin);
+      if (!encodeWhole(before.c_str(), before.size())) return false;
+    }
+    if (!encodeUnpairedHighSurrogate(units[at])) return false;
+    begin = at + 1;
+  }
+  return begin == count || encodeWhole(units + begin, count - begin);
+}
+
+// An unpaired high surrogate alone, followed by two zero units: the UTF-8
+// converter's escape drops the unit after the surrogate and must meet a
+// zero after that, and it writes six bytes for the five it counts, so the
+// output has one byte to spare. Nothing written is a loss too (GB18030
+// writes nothing for it).
+bool StreamConverter::encodeUnpairedHighSurrogate(wchar16 unit) {
+  const wchar16 text[3] = {unit, 0, 0};
+  unsigned char* out = outputSpace(m_bytesPerUnit + 1 + m_encoder->getNullCharSize());
+  bool illegal = false;
+  const size_t written = m_encoder->fromUTF16(out, text, m_bytesPerUnit, m_encodeOp, &illegal);
+  m_outputSize += written;
+  return !m_stopAtFirstLoss || (!illegal && written > 0);
+}
+
+// Encodes the zero-terminated units[0, count), none of them zero and none
+// an unpaired high surrogate.
+bool StreamConverter::encodeWhole(const wchar16* units, size_t count) {
   const size_t room = count * m_bytesPerUnit;
   unsigned char* out = outputSpace(room + m_encoder->getNullCharSize());
   bool illegal = false;

@@ -6,7 +6,10 @@
 //   - the input's zero characters (one unit of zero bytes) come out as the
 //     target's zero character, and the text between them is converted on
 //     its own, as the converters end a text at its zero;
-//   - UTF-16 and UTF-32 input is read in whole units.
+//   - UTF-16 and UTF-32 input is read in whole units;
+//   - a high surrogate that no low surrogate follows is written on its own,
+//     as the target's converter writes it alone (GB18030 has no form for
+//     it: nothing is written, which Policy::kStop counts as a loss).
 // Memory is bounded by the slice size, not by the length of a write.
 #ifndef KELULIB_TOOLS_KELCONV_STREAM_CONVERTER_H_
 #define KELULIB_TOOLS_KELCONV_STREAM_CONVERTER_H_
@@ -99,6 +102,8 @@ class StreamConverter {
   void failOnInput(size_t begin, size_t length);
   bool encode(const wchar16* units, size_t count);
   bool encodeRun(const wchar16* units, size_t count);
+  bool encodeUnpairedHighSurrogate(wchar16 unit);
+  bool encodeWhole(const wchar16* units, size_t count);
   void convertPartialUnit(size_t size);
   void writeZeroCharacter();
   void settleByteOrderMark(wchar16 firstUnit);
