@@ -24,7 +24,7 @@ class Utf16Intermediate {
 
  private:
   const size_t m_room;
-  kelulib::KelScratchBuffer<wchar16, kStackInputBytes + 1> m_units;
+  kelulib::KelScratchBuffer<wchar16, kStackInputBytes + 2> m_units;
 };
 
 // An `int` buffer size, widened with its sign and read without it: a
