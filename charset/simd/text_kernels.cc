@@ -5,116 +5,95 @@
 
 namespace kelulib {
 
-// Levels without a kernel of their own fall back to the next lower level
-// that has one; kScalar always does nothing.
-
-size_t widenAscii(const unsigned char* in, size_t count, wchar16* out, unsigned end) {
 #ifdef KELULIB_X86_KERNELS
+
+namespace {
+
+// The kernel of the active level among one per level; levels without a
+// kernel of their own fall back to the next lower one, and kScalar does
+// nothing.
+template <typename Result, typename... Args>
+Result atActiveLevel(Result (*avx512)(Args...), Result (*avx2)(Args...), Result (*sse2)(Args...),
+                     Args... args) {
   switch (activeSimdLevel()) {
     case KelSimdLevel::kAvx512:
-      return x86::widenAsciiAvx512(in, count, out, end);
+      return avx512(args...);
     case KelSimdLevel::kAvx2:
-      return x86::widenAsciiAvx2(in, count, out, end);
+      return avx2(args...);
     case KelSimdLevel::kSse2:
-      return x86::widenAsciiSse2(in, count, out, end);
+      return sse2(args...);
     case KelSimdLevel::kScalar:
       break;
   }
-#else
-  (void)in, (void)count, (void)out, (void)end;
-#endif
-  return 0;
+  return Result{};
+}
+
+bool avx512Active() { return activeSimdLevel() == KelSimdLevel::kAvx512; }
+
+}  // namespace
+
+size_t widenAscii(const unsigned char* in, size_t count, wchar16* out, unsigned end) {
+  return atActiveLevel(x86::widenAsciiAvx512, x86::widenAsciiAvx2, x86::widenAsciiSse2, in, count,
+                       out, end);
 }
 
 size_t narrowAscii(const wchar16* in, size_t count, unsigned char* out, unsigned end) {
-#ifdef KELULIB_X86_KERNELS
-  switch (activeSimdLevel()) {
-    case KelSimdLevel::kAvx512:
-      return x86::narrowAsciiAvx512(in, count, out, end);
-    case KelSimdLevel::kAvx2:
-      return x86::narrowAsciiAvx2(in, count, out, end);
-    case KelSimdLevel::kSse2:
-      return x86::narrowAsciiSse2(in, count, out, end);
-    case KelSimdLevel::kScalar:
-      break;
-  }
-#else
-  (void)in, (void)count, (void)out, (void)end;
-#endif
-  return 0;
+  return atActiveLevel(x86::narrowAsciiAvx512, x86::narrowAsciiAvx2, x86::narrowAsciiSse2, in,
+                       count, out, end);
 }
 
 KelKernelRun utf8ToUtf16(const unsigned char* in, size_t count, wchar16* out) {
-#ifdef KELULIB_X86_KERNELS
-  if (activeSimdLevel() == KelSimdLevel::kAvx512) return x86::utf8ToUtf16Avx512(in, count, out);
-#endif
+  if (avx512Active()) return x86::utf8ToUtf16Avx512(in, count, out);
   const size_t ascii = widenAscii(in, count, out);
   return {ascii, ascii};
 }
 
 KelKernelRun utf16ToUtf8(const wchar16* in, size_t count, unsigned char* out, size_t room) {
-#ifdef KELULIB_X86_KERNELS
-  if (activeSimdLevel() == KelSimdLevel::kAvx512) {
-    return x86::utf16ToUtf8Avx512(in, count, out, room);
-  }
-#endif
+  if (avx512Active()) return x86::utf16ToUtf8Avx512(in, count, out, room);
   const size_t ascii = narrowAscii(in, count < room ? count : room, out);
   return {ascii, ascii};
 }
 
 size_t mapBytesToUnits(const unsigned char* in, size_t count, const wchar16* table, wchar16* out) {
-#ifdef KELULIB_X86_KERNELS
-  if (activeSimdLevel() == KelSimdLevel::kAvx512) {
-    return x86::mapBytesToUnitsAvx512(in, count, table, out);
-  }
-#else
-  (void)in, (void)count, (void)table, (void)out;
-#endif
-  return 0;
+  return avx512Active() ? x86::mapBytesToUnitsAvx512(in, count, table, out) : 0;
 }
 
 size_t mapLowUnitsToBytes(const wchar16* in, size_t count, const unsigned char* table,
                           unsigned char* out) {
-#ifdef KELULIB_X86_KERNELS
-  if (activeSimdLevel() == KelSimdLevel::kAvx512) {
-    return x86::mapLowUnitsToBytesAvx512(in, count, table, out);
-  }
-#else
-  (void)in, (void)count, (void)table, (void)out;
-#endif
-  return 0;
+  return avx512Active() ? x86::mapLowUnitsToBytesAvx512(in, count, table, out) : 0;
 }
 
 KelKernelRun mapUnitsToCodes(const wchar16* in, size_t count, const uint16_t* codes,
                              unsigned asciiEnd, unsigned char* out, size_t room) {
-#ifdef KELULIB_X86_KERNELS
-  if (activeSimdLevel() == KelSimdLevel::kAvx512) {
-    return x86::mapUnitsToCodesAvx512(in, count, codes, asciiEnd, out, room);
-  }
-#else
-  (void)in, (void)count, (void)codes, (void)asciiEnd, (void)out, (void)room;
-#endif
-  return {0, 0};
+  if (!avx512Active()) return {0, 0};
+  return x86::mapUnitsToCodesAvx512(in, count, codes, asciiEnd, out, room);
 }
 
 KelKernelRun eucToUtf16(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
                         wchar16* out) {
-#ifdef KELULIB_X86_KERNELS
-  if (activeSimdLevel() == KelSimdLevel::kAvx512) {
-    return x86::eucToUtf16Avx512(in, count, unitsOfCodes, out);
-  }
-#else
-  (void)in, (void)count, (void)unitsOfCodes, (void)out;
-#endif
-  return {0, 0};
+  if (!avx512Active()) return {0, 0};
+  return x86::eucToUtf16Avx512(in, count, unitsOfCodes, out);
 }
 
-bool tableKernelsOn() {
-#ifdef KELULIB_X86_KERNELS
-  return activeSimdLevel() == KelSimdLevel::kAvx512;
-#else
-  return false;
-#endif
+bool tableKernelsOn() { return avx512Active(); }
+
+#else  // No kernels: every conversion runs its plain code.
+
+size_t widenAscii(const unsigned char*, size_t, wchar16*, unsigned) { return 0; }
+size_t narrowAscii(const wchar16*, size_t, unsigned char*, unsigned) { return 0; }
+KelKernelRun utf8ToUtf16(const unsigned char*, size_t, wchar16*) { return {0, 0}; }
+KelKernelRun utf16ToUtf8(const wchar16*, size_t, unsigned char*, size_t) { return {0, 0}; }
+size_t mapBytesToUnits(const unsigned char*, size_t, const wchar16*, wchar16*) { return 0; }
+size_t mapLowUnitsToBytes(const wchar16*, size_t, const unsigned char*, unsigned char*) {
+  return 0;
 }
+KelKernelRun mapUnitsToCodes(const wchar16*, size_t, const uint16_t*, unsigned, unsigned char*,
+                             size_t) {
+  return {0, 0};
+}
+KelKernelRun eucToUtf16(const unsigned char*, size_t, const uint16_t*, wchar16*) { return {0, 0}; }
+bool tableKernelsOn() { return false; }
+
+#endif
 
 }  // namespace kelulib

@@ -63,6 +63,25 @@ inline unsigned storeUnitsBefore(wchar16* out, __m512i units, uint32_t stops) {
   return run;
 }
 
+// The 64 bytes of `block` as 64 units at `out`.
+KELULIB_TARGET_AVX512
+inline void widenBlock(__m512i block, wchar16* out) {
+  _mm512_storeu_si512(out, _mm512_cvtepu8_epi16(_mm512_castsi512_si256(block)));
+  _mm512_storeu_si512(out + 32, _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(block, 1)));
+}
+
+// Byte-permute indexes that move byte i + `ahead` of a block to position i
+// (the last positions get bytes from the block's start, which callers do
+// not use).
+KELULIB_TARGET_AVX512
+inline __m512i positionsAhead(char ahead) {
+  const __m512i positions = _mm512_set_epi8(
+      63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45, 44, 43, 42, 41,
+      40, 39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18,
+      17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
+  return _mm512_add_epi8(positions, _mm512_set1_epi8(ahead));
+}
+
 // The same for 32 bytes.
 KELULIB_TARGET_AVX512
 inline unsigned storeBytesBefore(unsigned char* out, __m256i bytes, uint32_t stops) {
@@ -227,22 +246,14 @@ KelKernelRun utf8ToUtf16Avx512(const unsigned char* in, size_t count, wchar16* o
   const __m512i low4 = _mm512_set1_epi16(0x0F);
   const __m512i low5 = _mm512_set1_epi16(0x1F);
   const __m512i low6 = _mm512_set1_epi16(0x3F);
-  // Byte permutes that move byte i + 1 and byte i + 2 to position i.
-  const __m512i nextIndex = _mm512_add_epi8(
-      _mm512_set_epi8(63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45,
-                      44, 43, 42, 41, 40, 39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26,
-                      25, 24, 23, 22, 21, 20, 19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5,
-                      4, 3, 2, 1, 0),
-      _mm512_set1_epi8(1));
-  const __m512i afterNextIndex = _mm512_add_epi8(nextIndex, _mm512_set1_epi8(1));
+  const __m512i nextIndex = positionsAhead(1);
+  const __m512i afterNextIndex = positionsAhead(2);
   size_t read = 0;
   size_t written = 0;
   while (count - read >= 64) {
     const __m512i block = _mm512_loadu_si512(in + read);
     if (_mm512_movepi8_mask(block) == 0) {
-      _mm512_storeu_si512(out + written, _mm512_cvtepu8_epi16(_mm512_castsi512_si256(block)));
-      _mm512_storeu_si512(out + written + 32,
-                          _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(block, 1)));
+      widenBlock(block, out + written);
       read += 64;
       written += 64;
       continue;
@@ -558,21 +569,14 @@ KelKernelRun eucToUtf16Avx512(const unsigned char* in, size_t count, const uint1
   const __m512i lastHigh = _mm512_set1_epi8(static_cast<char>(0xFE));
   const __m512i low7 = _mm512_set1_epi32(0x7F);
   const __m512i low16 = _mm512_set1_epi32(0xFFFF);
-  const __m512i nextIndex = _mm512_add_epi8(
-      _mm512_set_epi8(63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45,
-                      44, 43, 42, 41, 40, 39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26,
-                      25, 24, 23, 22, 21, 20, 19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5,
-                      4, 3, 2, 1, 0),
-      _mm512_set1_epi8(1));
+  const __m512i nextIndex = positionsAhead(1);
   size_t read = 0;
   size_t written = 0;
   while (count - read >= 64) {
     const __m512i block = _mm512_loadu_si512(in + read);
     const uint64_t ascii = _mm512_cmplt_epu8_mask(block, asciiEnd);
     if (ascii == ~uint64_t{0}) {
-      _mm512_storeu_si512(out + written, _mm512_cvtepu8_epi16(_mm512_castsi512_si256(block)));
-      _mm512_storeu_si512(out + written + 32,
-                          _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(block, 1)));
+      widenBlock(block, out + written);
       read += 64;
       written += 64;
       continue;
