@@ -573,7 +573,7 @@ std::string cpuFlags() {
     std::string word, found;
     while (words >> word) {
       if (word == "sse4_2" || word == "avx2" || word == "avx512f" || word == "avx512bw" ||
-          word == "avx512vl") {
+          word == "avx512vl" || word == "avx512vbmi" || word == "avx512_vbmi2") {
         found += (found.empty() ? "" : " ") + word;
       }
     }
