@@ -8,6 +8,7 @@
 
 #include <KelULib.h>
 
+#include <array>
 #include <climits>
 #include <cstddef>
 #include <cstdint>
@@ -17,6 +18,8 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "tests/support/charset_sets.h"
 
 namespace kelulib_fuzz {
 
@@ -48,6 +51,10 @@ class FuzzInput {
   // One of the elements of `items`.
   template <typename T, size_t N>
   const T& pick(const T (&items)[N]) {
+    return items[below(N)];
+  }
+  template <typename T, size_t N>
+  const T& pick(const std::array<T, N>& items) {
     return items[below(N)];
   }
 
@@ -154,24 +161,21 @@ std::basic_string<Unit> upToZero(const std::basic_string<Unit>& text) {
 }
 
 // Every character set with a converter of its own, the OS default, and ids
-// without one (which read and write UTF-8).
-inline constexpr KelCharSet kCharSets[] = {
-    KelCS_UTF8,       KelCS_UTF16,      KelCS_UTF16ESC,   KelCS_UTF32,      KelCS_WCP1250,
-    KelCS_WCP1251,    KelCS_WCP1252,    KelCS_WCP1253,    KelCS_WCP1254,    KelCS_WCP1255,
-    KelCS_WCP1256,    KelCS_WCP1257,    KelCS_WCP1258,    KelCS_WCP874,     KelCS_ISO_8859_1,
-    KelCS_ISO_8859_2, KelCS_ISO_8859_3, KelCS_ISO_8859_4, KelCS_ISO_8859_5, KelCS_ISO_8859_6,
-    KelCS_ISO_8859_7, KelCS_ISO_8859_8, KelCS_ISO_8859_9, KelCS_ISO_8859_10, KelCS_ISO_8859_11,
-    KelCS_ISO_8859_13, KelCS_ISO_8859_14, KelCS_ISO_8859_15, KelCS_ISO_8859_16, KelCS_KOI8R,
-    KelCS_WCP932,     KelCS_WCP936,     KelCS_WCP949,     KelCS_WCP950,     KelCS_BIG5,
-    KelCS_SHIFTJIS,   KelCS_SJIS0213,   KelCS_EUC_JP,     KelCS_EUC_CN,     KelCS_EUC_KR,
-    KelCS_GB18030,    KelCS_OS_DEFAULT, static_cast<KelCharSet>(437), KelCS_UTF16BE};
+// without one (which read and write UTF-8): the algorithmic sets first, then
+// the table-driven ones, then the rest.
+inline constexpr size_t kOtherCharSetCount = 7;
+inline constexpr auto kCharSets = [] {
+  std::array<KelCharSet, kelulib_test::kTableDrivenCharSetCount + kOtherCharSetCount> sets{};
+  const KelCharSet first[] = {KelCS_UTF8, KelCS_UTF16, KelCS_UTF16ESC, KelCS_UTF32};
+  const KelCharSet last[] = {KelCS_OS_DEFAULT, static_cast<KelCharSet>(437), KelCS_UTF16BE};
+  size_t at = 0;
+  for (KelCharSet set : first) sets[at++] = set;
+  for (KelCharSet set : kelulib_test::kTableDrivenCharSets) sets[at++] = set;
+  for (KelCharSet set : last) sets[at++] = set;
+  return sets;
+}();
 
-// The character sets whose converters work from mapping tables.
-inline bool isTableDriven(KelCharSet id) {
-  const int32_t n = id;
-  return n != KelCS_UTF8 && n != KelCS_UTF16 && n != KelCS_UTF16ESC && n != KelCS_UTF32 &&
-         n != KelCS_OS_DEFAULT && n != KelCS_UTF16BE && n != 437;
-}
+using kelulib_test::isTableDriven;
 
 }  // namespace kelulib_fuzz
 

@@ -13,25 +13,15 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/charset_sets.h"
 #include "tests/support/run_together.h"
 
 namespace {
 
 constexpr int kThreads = 16;
 
-// Every character set whose converter works from mapping tables: the
-// single-byte sets (two of them on tables compiled in), the double-byte
-// sets, Shift_JIS-2004, EUC and GB18030.
-const KelCharSet kTableDrivenSets[] = {
-    KelCS_WCP1250,     KelCS_WCP1251,     KelCS_WCP1252,     KelCS_WCP1253,     KelCS_WCP1254,
-    KelCS_WCP1255,     KelCS_WCP1256,     KelCS_WCP1257,     KelCS_WCP1258,     KelCS_WCP874,
-    KelCS_ISO_8859_1,  KelCS_ISO_8859_2,  KelCS_ISO_8859_3,  KelCS_ISO_8859_4,  KelCS_ISO_8859_5,
-    KelCS_ISO_8859_6,  KelCS_ISO_8859_7,  KelCS_ISO_8859_8,  KelCS_ISO_8859_9,  KelCS_ISO_8859_10,
-    KelCS_ISO_8859_11, KelCS_ISO_8859_13, KelCS_ISO_8859_14, KelCS_ISO_8859_15, KelCS_ISO_8859_16,
-    KelCS_KOI8R,       KelCS_WCP932,      KelCS_WCP936,      KelCS_WCP949,      KelCS_WCP950,
-    KelCS_BIG5,        KelCS_SHIFTJIS,    KelCS_SJIS0213,    KelCS_EUC_JP,      KelCS_EUC_CN,
-    KelCS_EUC_KR,      KelCS_GB18030};
-constexpr size_t kSetCount = sizeof(kTableDrivenSets) / sizeof(kTableDrivenSets[0]);
+using kelulib_test::kTableDrivenCharSets;
+constexpr size_t kSetCount = kelulib_test::kTableDrivenCharSetCount;
 
 // Text in many scripts, each part in some of the sets above.
 const std::u16string kText =
@@ -78,8 +68,8 @@ SetResults convertThrough(KelCharSet id, const std::string& input) {
   KelCharSetConverter* converter = KelCharSetConverter::getConverter(id);
   SetResults results;
   std::vector<char> bytes(kText.size() * 6 + 1);
-  const size_t size = converter->fromUTF16(bytes.data(), kText.c_str(), bytes.size() - 1,
-                                           ILLCHAR_ESCAPE, nullptr);
+  const size_t size =
+      converter->fromUTF16(bytes.data(), kText.c_str(), bytes.size() - 1, ILLCHAR_ESCAPE, nullptr);
   results.encoded.assign(bytes.data(), size);
   results.roundTrip = decode(converter, results.encoded);
   results.decoded = decode(converter, input);
@@ -91,7 +81,7 @@ std::vector<SetResults> convertAll(size_t first, const std::string& input) {
   std::vector<SetResults> all(kSetCount);
   for (size_t step = 0; step < kSetCount; ++step) {
     const size_t index = (first + step) % kSetCount;
-    all[index] = convertThrough(kTableDrivenSets[index], input);
+    all[index] = convertThrough(kTableDrivenCharSets[index], input);
   }
   return all;
 }
@@ -126,14 +116,15 @@ TEST(ConversionStressConcurrency, SixteenThreadsFromAColdStartSeeWhatOneThreadSe
   const std::vector<uint64_t> aloneClassified = classifyAll(0);
   for (size_t index = 0; index < kSetCount; ++index) {
     // The text's ASCII comes through every set, both ways.
-    EXPECT_EQ(alone[index].encoded.substr(0, 4), "Stra") << "set " << kTableDrivenSets[index];
-    EXPECT_EQ(alone[index].roundTrip.substr(0, 4), u"Stra") << "set " << kTableDrivenSets[index];
+    EXPECT_EQ(alone[index].encoded.substr(0, 4), "Stra") << "set " << kTableDrivenCharSets[index];
+    EXPECT_EQ(alone[index].roundTrip.substr(0, 4), u"Stra")
+        << "set " << kTableDrivenCharSets[index];
   }
   for (int t = 0; t < kThreads; ++t) {
     const auto thread = static_cast<size_t>(t);
     for (size_t index = 0; index < kSetCount; ++index) {
       EXPECT_TRUE(converted[thread][index] == alone[index])
-          << "thread " << t << ", set " << kTableDrivenSets[index];
+          << "thread " << t << ", set " << kTableDrivenCharSets[index];
     }
     EXPECT_TRUE(classified[thread] == aloneClassified) << "thread " << t;
   }
