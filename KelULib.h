@@ -1,10 +1,12 @@
 // KelULib: UTF-16 text and character-set conversion.
 //
 // The one header a user includes. From C it declares the flat buffer
-// functions; from C++ the whole public interface.
+// functions and the stream conversion functions; from C++ the whole public
+// interface.
 #ifndef KELULIB_KELULIB_H_
 #define KELULIB_KELULIB_H_
 
+#include "charset/stream_converter.h"
 #include "flatapi/buffer_conversion.h"
 
 #ifdef __cplusplus
