@@ -39,6 +39,9 @@ class ChildProcess {
   // Waits for it to end; `out` stays empty (the caller read the pipe).
   CommandResult wait();
 
+  // Its process id (to send it a signal).
+  pid_t pid() const { return m_pid; }
+
  private:
   pid_t m_pid = -1;
   int m_input = -1;

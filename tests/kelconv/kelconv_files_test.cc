@@ -1,0 +1,220 @@
+// kelconv never destroys its input: an output file is written to a
+// temporary file beside it and takes the old file's place only once the
+// conversion is complete, so the output may be one of the inputs (also
+// through a symbolic or a hard link), a failed or interrupted run leaves
+// the old file as it was, and no temporary file is left behind. Standard
+// output that is one of the inputs is refused.
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/kelconv/kelconv_test_support.h"
+#include "tests/support/child_process.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using kelulib_test::CommandResult;
+
+CommandResult kelconv(std::vector<std::string> arguments, const std::string& input = {}) {
+  arguments.insert(arguments.begin(), KELCONV_PROGRAM);
+  return kelulib_test::runCommand(arguments, input);
+}
+
+// A folder of its own for each test, removed at the end.
+class Folder {
+ public:
+  Folder() {
+    const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
+    m_path = std::string(SCRATCH_DIR) + "/" + test->test_suite_name() + "." + test->name();
+    fs::remove_all(m_path);
+    fs::create_directories(m_path);
+  }
+  ~Folder() { fs::remove_all(m_path); }
+  std::string file(const std::string& name) const { return m_path + "/" + name; }
+  // Names in the folder (temporary files included).
+  std::vector<std::string> names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(m_path)) {
+      names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+ private:
+  std::string m_path;
+};
+
+void writeFile(const std::string& path, const std::string& contents) {
+  std::ofstream(path, std::ios::binary) << contents;
+}
+
+const std::string kLatin1 = "caf\xE9 cr\xE8me\n";
+const std::string kUtf8 = "caf\xC3\xA9 cr\xC3\xA8me\n";
+
+TEST(KelconvInPlace, OutputThatIsTheInputIsConvertedInPlace) {
+  Folder folder;
+  const std::string text = folder.file("text");
+  writeFile(text, kLatin1);
+  const CommandResult result = kelconv({"-f", "LATIN1", "-t", "UTF-8", "-o", text, text});
+  EXPECT_EQ(result.exitStatus, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(kelconv_test::readFile(text), kUtf8);
+  EXPECT_EQ(folder.names(), std::vector<std::string>{"text"});  // no temporary left
+}
+
+TEST(KelconvInPlace, ThroughASymbolicLinkTheFileItLeadsToIsConverted) {
+  Folder folder;
+  const std::string text = folder.file("text");
+  const std::string link = folder.file("link");
+  writeFile(text, kLatin1);
+  fs::create_symlink("text", link);
+  const CommandResult result = kelconv({"-f", "LATIN1", "-t", "UTF-8", "-o", link, text});
+  EXPECT_EQ(result.exitStatus, 0) << result.err;
+  EXPECT_TRUE(fs::is_symlink(link));
+  EXPECT_EQ(kelconv_test::readFile(text), kUtf8);
+  EXPECT_EQ(folder.names(), (std::vector<std::string>{"link", "text"}));
+}
+
+TEST(KelconvInPlace, ThroughAHardLinkTheOutputNameGetsTheNewTextAndTheInputStaysWhole) {
+  Folder folder;
+  const std::string text = folder.file("text");
+  const std::string other = folder.file("other");
+  writeFile(text, kLatin1);
+  fs::create_hard_link(text, other);
+  // Reading through one name and writing through the other reads the old
+  // text whole; the written name then holds the new file of its own.
+  const CommandResult result = kelconv({"-f", "LATIN1", "-t", "UTF-8", "-o", other, text});
+  EXPECT_EQ(result.exitStatus, 0) << result.err;
+  EXPECT_EQ(kelconv_test::readFile(other), kUtf8);
+  EXPECT_EQ(kelconv_test::readFile(text), kLatin1);
+}
+
+TEST(KelconvInPlace, TheOutputIsOneOfSeveralInputs) {
+  Folder folder;
+  const std::string first = folder.file("first");
+  const std::string second = folder.file("second");
+  writeFile(first, "one \xE9\n");
+  writeFile(second, "two \xE8\n");
+  const CommandResult result =
+      kelconv({"-f", "LATIN1", "-t", "UTF-8", "-o", second, first, second, first});
+  EXPECT_EQ(result.exitStatus, 0) << result.err;
+  EXPECT_EQ(kelconv_test::readFile(second), "one \xC3\xA9\ntwo \xC3\xA8\none \xC3\xA9\n");
+}
+
+TEST(KelconvInPlace, AStopLeavesTheOutputAsItWas) {
+  Folder folder;
+  const std::string text = folder.file("text");
+  writeFile(text, "5 \xE2\x82\xAC\n");
+  const CommandResult result =
+      kelconv({"-f", "UTF-8", "-t", "LATIN1", "--strict", "-o", text, text});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.err, "kelconv: " + text + ": offset 2: U+20AC cannot be converted to LATIN1\n" +
+                            "kelconv: " + text +
+                            ": left as it was (the conversion did not complete)\n");
+  EXPECT_EQ(kelconv_test::readFile(text), "5 \xE2\x82\xAC\n");
+  EXPECT_EQ(folder.names(), std::vector<std::string>{"text"});
+}
+
+TEST(KelconvInPlace, AMissingInputLeavesTheOutputAsItWas) {
+  Folder folder;
+  const std::string output = folder.file("output");
+  writeFile(output, "old\n");
+  const CommandResult result =
+      kelconv({"-f", "UTF-8", "-t", "UTF-8", "-o", output, folder.file("missing")});
+  EXPECT_EQ(result.exitStatus, 2);
+  EXPECT_EQ(kelconv_test::readFile(output), "old\n");
+  EXPECT_EQ(folder.names(), std::vector<std::string>{"output"});
+}
+
+TEST(KelconvInPlace, TheReplacedFileKeepsItsPermissions) {
+  Folder folder;
+  const std::string text = folder.file("text");
+  writeFile(text, kLatin1);
+  fs::permissions(text, fs::perms::owner_read | fs::perms::owner_write | fs::perms::owner_exec |
+                            fs::perms::group_read);
+  const fs::perms before = fs::status(text).permissions();
+  const CommandResult result = kelconv({"-f", "LATIN1", "-t", "UTF-8", "-o", text, text});
+  EXPECT_EQ(result.exitStatus, 0) << result.err;
+  EXPECT_EQ(fs::status(text).permissions(), before);
+}
+
+TEST(KelconvInPlace, ANewFileGetsTheUsualPermissions) {
+  Folder folder;
+  const std::string output = folder.file("new");
+  const mode_t mask = umask(0);
+  umask(mask);
+  EXPECT_EQ(kelconv({"-f", "LATIN1", "-t", "UTF-8", "-o", output}, "x").exitStatus, 0);
+  struct stat status;
+  ASSERT_EQ(stat(output.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0666 & ~mask);
+}
+
+// An interrupted run: kelconv reads standard input into the output file,
+// and is ended by a signal half way.
+TEST(KelconvInPlace, AnInterruptedRunLeavesTheOldFileAndNoTemporary) {
+  Folder folder;
+  const std::string output = folder.file("output");
+  writeFile(output, "the old text\n");
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    kelulib_test::ChildProcess child({KELCONV_PROGRAM, "-f", "LATIN1", "-t", "UTF-8", "-o", output});
+    const std::string chunk(64 * 1024, 'a');
+    for (int i = 0; i < 8; ++i) ASSERT_EQ(::write(child.input(), chunk.data(), chunk.size()), 65536);
+    // The temporary file is there, and growing.
+    for (int wait = 0; wait < 200 && folder.names().size() < 2; ++wait) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_EQ(folder.names().size(), 2u);
+    ::kill(child.pid(), signal);
+    const CommandResult result = child.wait();
+    EXPECT_EQ(result.exitStatus, -1) << "ended by the signal";
+    EXPECT_EQ(kelconv_test::readFile(output), "the old text\n");
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"output"}) << "signal " << signal;
+  }
+}
+
+TEST(KelconvInPlace, DevicesAreWrittenDirectly) {
+  const CommandResult result = kelconv({"-f", "LATIN1", "-t", "UTF-8", "-o", "/dev/null"}, "x");
+  EXPECT_EQ(result.exitStatus, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(KelconvInPlace, AFolderIsNoOutput) {
+  Folder folder;
+  const CommandResult result = kelconv({"-f", "LATIN1", "-t", "UTF-8", "-o", folder.file("")}, "x");
+  EXPECT_EQ(result.exitStatus, 2);
+  EXPECT_EQ(result.err, "kelconv: " + folder.file("") + ": Is a directory\n");
+}
+
+// Standard output appended to one of the inputs would feed the conversion
+// what it writes: refused before anything is read.
+TEST(KelconvInPlace, StandardOutputThatIsAnInputIsRefused) {
+  Folder folder;
+  const std::string text = folder.file("text");
+  writeFile(text, kLatin1);
+  for (const std::string& input : {text, std::string("-")}) {
+    const std::string command = std::string(KELCONV_PROGRAM) + " -f LATIN1 -t UTF-8 " +
+                                (input == "-" ? "- < " + text : text) + " >> " + text;
+    const CommandResult result = kelulib_test::runCommand({"/bin/sh", "-c", command});
+    EXPECT_EQ(result.exitStatus, 2);
+    const std::string named = input == "-" ? "(standard input)" : text;
+    EXPECT_EQ(result.err, "kelconv: " + named +
+                              ": is also standard output, which would overwrite what is still to be "
+                              "read; give another output, or -o to convert it in place\n");
+    EXPECT_EQ(kelconv_test::readFile(text), kLatin1);
+  }
+}
+
+}  // namespace
