@@ -16,6 +16,10 @@
 #include "charset/unicode/utf8_converter.h"
 #include "charset/unmappable.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 using kelulib::isHighSurrogate;
@@ -53,25 +57,40 @@ size_t bytesPerUnit(const KelCharSetConverter& target, KelStreamPolicy policy) {
   return std::max(largest, kelulib::kUnitEscapeLength * target.getMinUnitSize());
 }
 
+// Units to look at together: the units of one block that holds no zero
+// unit and no high surrogate are skipped at once.
+#if defined(__SSE2__)
+constexpr size_t kBlockUnits = 8;
+
+bool anyZeroOrHighSurrogate(const wchar16* units) {
+  const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units));
+  const __m128i zero = _mm_cmpeq_epi16(block, _mm_setzero_si128());
+  const __m128i high = _mm_cmpeq_epi16(_mm_and_si128(block, _mm_set1_epi16(static_cast<short>(0xFC00))),
+                                       _mm_set1_epi16(static_cast<short>(0xD800)));
+  return _mm_movemask_epi8(_mm_or_si128(zero, high)) != 0;
+}
+#else
+constexpr size_t kBlockUnits = 4;
+
 // True when one of the four units in `lanes` is zero.
 inline bool hasZeroUnit(uint64_t lanes) {
   return ((lanes - 0x0001000100010001u) & ~lanes & 0x8000800080008000u) != 0;
 }
 
-// True when one of the four units at `units` is zero or a high surrogate.
-inline bool anyZeroOrHighSurrogate(const wchar16* units) {
+bool anyZeroOrHighSurrogate(const wchar16* units) {
   uint64_t lanes;
   std::memcpy(&lanes, units, sizeof lanes);
   return hasZeroUnit(lanes) || hasZeroUnit((lanes & 0xFC00FC00FC00FC00u) ^ 0xD800D800D800D800u);
 }
+#endif
 
 // The first unit of units[at, count) that a conversion must take on its
 // own: a zero unit (the target's zero character), or a high surrogate that
 // no low surrogate follows. `count` when there is none.
 size_t nextSpecialUnit(const wchar16* units, size_t at, size_t count) {
   while (at < count) {
-    while (at + 4 <= count && !anyZeroOrHighSurrogate(units + at)) at += 4;
-    const size_t stop = std::min(count, at + 4);
+    while (at + kBlockUnits <= count && !anyZeroOrHighSurrogate(units + at)) at += kBlockUnits;
+    const size_t stop = std::min(count, at + kBlockUnits);
     for (; at < stop; ++at) {
       const wchar16 unit = units[at];
       if (unit == 0) return at;
