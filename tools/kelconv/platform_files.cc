@@ -188,33 +188,21 @@ bool OutputFile::open(const std::string& name, std::string& error) {
   return true;
 }
 
-bool OutputFile::commit(std::string& error) {
-  if (m_stream == nullptr) return true;
-  const bool closed = std::fclose(m_stream) == 0;
-  m_stream = nullptr;
-  if (!closed) error = std::strerror(errno);
-  if (m_temporary.empty()) return closed;
-  const std::wstring temporary = wide(m_temporary);
-  bool renamed = false;
-  if (closed) {
-    renamed = MoveFileExW(temporary.c_str(), wide(m_target).c_str(),
-                          MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
-    if (!renamed) error = systemMessage(GetLastError());
+namespace {
+
+// Renames `temporary` over `target`; false with the system's message.
+bool replaceFile(const std::string& temporary, const std::string& target, std::string& error) {
+  if (MoveFileExW(wide(temporary).c_str(), wide(target).c_str(),
+                  MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0) {
+    return true;
   }
-  if (!renamed) DeleteFileW(temporary.c_str());
-  forgetTemporary();
-  m_temporary.clear();
-  return renamed;
+  error = systemMessage(GetLastError());
+  return false;
 }
 
-void OutputFile::abandon() {
-  if (m_stream != nullptr) std::fclose(m_stream);
-  m_stream = nullptr;
-  if (m_temporary.empty()) return;
-  DeleteFileW(wide(m_temporary).c_str());
-  forgetTemporary();
-  m_temporary.clear();
-}
+void removeFile(const std::string& name) { DeleteFileW(wide(name).c_str()); }
+
+}  // namespace
 
 #else  // POSIX
 
@@ -338,33 +326,42 @@ bool OutputFile::open(const std::string& name, std::string& error) {
   return true;
 }
 
+namespace {
+
+// Renames `temporary` over `target`; false with the system's message.
+bool replaceFile(const std::string& temporary, const std::string& target, std::string& error) {
+  if (std::rename(temporary.c_str(), target.c_str()) == 0) return true;
+  error = std::strerror(errno);
+  return false;
+}
+
+void removeFile(const std::string& name) { unlink(name.c_str()); }
+
+}  // namespace
+
+#endif
+
 bool OutputFile::commit(std::string& error) {
   if (m_stream == nullptr) return true;
   const bool closed = std::fclose(m_stream) == 0;
   m_stream = nullptr;
   if (!closed) error = std::strerror(errno);
   if (m_temporary.empty()) return closed;
-  bool renamed = false;
-  if (closed) {
-    renamed = std::rename(m_temporary.c_str(), m_target.c_str()) == 0;
-    if (!renamed) error = std::strerror(errno);
-  }
-  if (!renamed) unlink(m_temporary.c_str());
+  const bool replaced = closed && replaceFile(m_temporary, m_target, error);
+  if (!replaced) removeFile(m_temporary);
   forgetTemporary();
   m_temporary.clear();
-  return renamed;
+  return replaced;
 }
 
 void OutputFile::abandon() {
   if (m_stream != nullptr) std::fclose(m_stream);
   m_stream = nullptr;
   if (m_temporary.empty()) return;
-  unlink(m_temporary.c_str());
+  removeFile(m_temporary);
   forgetTemporary();
   m_temporary.clear();
 }
-
-#endif
 
 OutputFile::~OutputFile() { abandon(); }
 
