@@ -125,15 +125,19 @@ KelStreamSink::~KelStreamSink() = default;
 
 class KelStreamConverter::Impl {
  public:
-  Impl(KelCharSetConverter& from, KelCharSetConverter& to, bool libraryDecoder,
-       KelStreamPolicy policy, KelStreamSink& sink)
+  // A converter from `from` (read by `rules`) to `to`. The sink is `sink`,
+  // or `ownedSink` when that is given.
+  Impl(KelCharSetConverter& from, KelCharSetConverter& to,
+       std::unique_ptr<kelulib::KelSequenceRules> rules, bool libraryDecoder,
+       KelStreamPolicy policy, KelStreamSink* sink, std::unique_ptr<KelStreamSink> ownedSink)
       : m_decoder(from),
         m_encoder(to),
-        m_rules(kelulib::sequenceRulesOf(from)),
+        m_rules(std::move(rules)),
         m_unit(m_rules->unitSize()),
         m_libraryDecoder(libraryDecoder),
         m_policy(policy),
-        m_sink(sink),
+        m_ownedSink(std::move(ownedSink)),
+        m_sink(m_ownedSink != nullptr ? *m_ownedSink : *sink),
         m_bytesPerUnit(bytesPerUnit(to, policy)),
         m_oneBytePerUnit(to.getMinUnitSize() == 1 && to.getMaxUnitSize() == 1),
         m_nullSize(to.getNullCharSize()),
@@ -142,8 +146,6 @@ class KelStreamConverter::Impl {
         m_output(unitRoom(kSlice) * m_bytesPerUnit + kSlack) {
     clearFailure();
   }
-
-  std::unique_ptr<KelStreamSink> ownedSink;
 
   KelStreamStatus convert(const unsigned char* bytes, size_t size) {
     while (size > 0 && m_failure.status == KEL_STREAM_OK) {
@@ -626,6 +628,7 @@ class KelStreamConverter::Impl {
   size_t m_unit;  // bytes of a unit of the source
   bool m_libraryDecoder;
   KelStreamPolicy m_policy;
+  std::unique_ptr<KelStreamSink> m_ownedSink;
   KelStreamSink& m_sink;
   size_t m_bytesPerUnit;  // output one UTF-16 unit may need, escape included
   bool m_oneBytePerUnit;
@@ -665,21 +668,18 @@ bool isLibraryConverter(KelCharSetConverter& converter) {
 
 KelStreamConverter::KelStreamConverter(KelCharSet from, KelCharSet to, KelStreamPolicy policy,
                                        KelStreamSink& sink)
-    : m_impl(nullptr) {
-  if (!isValidPolicy(policy)) throw std::invalid_argument("unknown KelStreamPolicy");
-  m_impl = new Impl(*KelCharSetConverter::getConverter(from), *KelCharSetConverter::getConverter(to),
-                    true, policy, sink);
-}
+    : KelStreamConverter(KelCharSetConverter::getConverter(from),
+                         KelCharSetConverter::getConverter(to), policy, sink) {}
 
 KelStreamConverter::KelStreamConverter(KelCharSet from, KelCharSet to, KelStreamPolicy policy,
                                        KelStreamWriteFunction write, void* context)
     : m_impl(nullptr) {
   if (write == nullptr) throw std::invalid_argument("null KelStreamWriteFunction");
   if (!isValidPolicy(policy)) throw std::invalid_argument("unknown KelStreamPolicy");
-  auto sink = std::make_unique<FunctionSink>(write, context);
-  m_impl = new Impl(*KelCharSetConverter::getConverter(from), *KelCharSetConverter::getConverter(to),
-                    true, policy, *sink);
-  m_impl->ownedSink = std::move(sink);
+  KelCharSetConverter* decoder = KelCharSetConverter::getConverter(from);
+  m_impl = new Impl(*decoder, *KelCharSetConverter::getConverter(to),
+                    kelulib::sequenceRulesOf(*decoder), true, policy, nullptr,
+                    std::make_unique<FunctionSink>(write, context));
 }
 
 KelStreamConverter::KelStreamConverter(KelCharSetConverter* from, KelCharSetConverter* to,
@@ -687,10 +687,12 @@ KelStreamConverter::KelStreamConverter(KelCharSetConverter* from, KelCharSetConv
     : m_impl(nullptr) {
   if (from == nullptr || to == nullptr) throw std::invalid_argument("null KelCharSetConverter");
   if (!isValidPolicy(policy)) throw std::invalid_argument("unknown KelStreamPolicy");
-  if (kelulib::sequenceRulesOf(*from) == nullptr) {
+  std::unique_ptr<kelulib::KelSequenceRules> rules = kelulib::sequenceRulesOf(*from);
+  if (rules == nullptr) {
     throw std::invalid_argument("source converter reads characters of more than one size");
   }
-  m_impl = new Impl(*from, *to, isLibraryConverter(*from), policy, sink);
+  m_impl = new Impl(*from, *to, std::move(rules), isLibraryConverter(*from), policy, &sink,
+                    nullptr);
 }
 
 KelStreamConverter::~KelStreamConverter() { delete m_impl; }
