@@ -389,6 +389,8 @@ to code) takes the higher of two codes that share a value, whatever the
 order of their records, so each of those four values is written as its
 higher code, as Python's `big5` codec writes it. (Of two records with the
 same code, the later one's value would win; no table has such records.)
+`BIG5` used to leave out all eight of those codes (13,829 records), so that
+十 and 卅 neither read nor wrote; it now holds Python's `big5` whole.
 
 Inputs of this generation: Python {python} (standard library codecs named
 below) and ICU {icu} (`{icu_library}`, with its built-in converter data)
