@@ -5,8 +5,8 @@
 #ifndef KELULIB_CHARSET_CHARSET_NAMES_H_
 #define KELULIB_CHARSET_CHARSET_NAMES_H_
 
-#include "charset/charset_id.h"
-#include "platform/export.h"
+#include "charset_id.h"
+#include "../platform/export.h"
 
 #ifdef __cplusplus
 extern "C" {

@@ -1,7 +1,10 @@
 # Installs the library into a scratch prefix, runs the installed kelconv,
-# then builds and runs the consumer project three ways: find_package on the
-# installed package, find_package on the build tree, and pkg-config's flags
-# with the C compiler.
+# checks the installed headers (KelULib.h and the folder KelULib beside it,
+# nothing else; each header compiles alone with only the include root on the
+# path; together they are exactly what KelULib.h includes), then builds and
+# runs the consumer project three ways: find_package on the installed
+# package, find_package on the build tree, and pkg-config's flags with the C
+# compiler.
 
 function(run)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
@@ -21,6 +24,53 @@ run("${CMAKE_COMMAND}" --install "${KELULIB_BUILD_DIR}" --prefix "${prefix}" --c
 if(EXISTS "${prefix}/bin/kelconv")
   run("${prefix}/bin/kelconv" --version)
 endif()
+
+# --- the installed headers ---------------------------------------------------
+
+set(include_root "${prefix}/include")
+file(GLOB top_level RELATIVE "${include_root}" "${include_root}/*")
+if(NOT top_level STREQUAL "KelULib;KelULib.h")
+  message(FATAL_ERROR "include/ holds ${top_level}, not just KelULib.h and KelULib/")
+endif()
+file(GLOB_RECURSE installed_headers RELATIVE "${include_root}" "${include_root}/KelULib/*")
+list(SORT installed_headers)
+separate_arguments(cxx_flags UNIX_COMMAND "${CXX_FLAGS}")
+separate_arguments(c_flags UNIX_COMMAND "${C_FLAGS}")
+set(header_dir "${WORK_DIR}/headers")
+file(MAKE_DIRECTORY "${header_dir}")
+foreach(header IN LISTS installed_headers)
+  string(MAKE_C_IDENTIFIER "${header}" stem)
+  file(WRITE "${header_dir}/${stem}.cc" "#include <${header}>\n")
+  run("${CXX_COMPILER}" ${cxx_flags} -std=c++17 -fsyntax-only -I "${include_root}"
+      "${header_dir}/${stem}.cc")
+endforeach()
+# From C: the one header, and both spellings of it.
+file(WRITE "${header_dir}/from_c.c" "#include <KelULib.h>\n#include <KelULib/KelULib.h>\n")
+run("${C_COMPILER}" ${c_flags} -fsyntax-only -I "${include_root}" "${header_dir}/from_c.c")
+# What KelULib.h includes, as the compiler sees it: every installed header,
+# and nothing that is not installed.
+execute_process(COMMAND "${CXX_COMPILER}" ${cxx_flags} -std=c++17 -MM -I "${include_root}"
+                        "${include_root}/KelULib.h"
+                RESULT_VARIABLE result OUTPUT_VARIABLE dependencies ERROR_VARIABLE err)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "listing what KelULib.h includes failed:\n${err}")
+endif()
+string(REPLACE "${include_root}/" "" dependencies "${dependencies}")
+string(REGEX MATCHALL "KelULib/[^ \t\n\\]+" paths "${dependencies}")
+set(included "")
+foreach(path IN LISTS paths)
+  cmake_path(NORMAL_PATH path)  # KelULib/charset/../platform/export.h
+  list(APPEND included "${path}")
+endforeach()
+list(REMOVE_DUPLICATES included)
+list(SORT included)
+if(NOT included STREQUAL installed_headers)
+  message(FATAL_ERROR "installed headers:\n${installed_headers}\nincluded by KelULib.h:\n${included}")
+endif()
+list(LENGTH installed_headers header_count)
+message(STATUS "${header_count} installed headers, each compiles alone; KelULib.h needs them all")
+
+# --- consumers -------------------------------------------------------------------
 
 set(common_args
   -G "${GENERATOR}"
@@ -54,6 +104,14 @@ execute_process(COMMAND "${PKG_CONFIG}" --cflags --libs kelulib
   RESULT_VARIABLE result OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "pkg-config does not know kelulib")
+endif()
+set(include_flag "")
+if(flags MATCHES "^-I([^ ]+)( |$)")
+  set(include_flag "${CMAKE_MATCH_1}")
+  cmake_path(NORMAL_PATH include_flag)
+endif()
+if(NOT include_flag STREQUAL include_root)
+  message(FATAL_ERROR "pkg-config's flags do not name the include root ${include_root}: ${flags}")
 endif()
 separate_arguments(flags UNIX_COMMAND "${flags}")
 separate_arguments(extra_flags UNIX_COMMAND "${C_FLAGS} ${LINKER_FLAGS}")
