@@ -44,8 +44,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include "charset/charset_id.h"
-#include "platform/export.h"
+#include "charset_id.h"
+#include "../platform/export.h"
 
 /* Input bytes converted at a time. */
 #define KEL_STREAM_SLICE_BYTES 32768

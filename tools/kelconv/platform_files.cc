@@ -144,8 +144,14 @@ bool OutputFile::open(const std::string& name, std::string& error) {
     const DWORD length = GetFinalPathNameByHandleW(existing, final, 32768, FILE_NAME_NORMALIZED);
     if (onDisk && length > 0 && length < 32768) target.assign(final, length);
     CloseHandle(existing);
-    if (onDisk && (GetFileAttributesW(target.c_str()) & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    const DWORD attributes = onDisk ? GetFileAttributesW(target.c_str()) : 0;
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
       error = "Is a directory";
+      return false;
+    }
+    // A read-only file is not replaced either.
+    if ((attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+      error = "Permission denied";
       return false;
     }
   }
@@ -295,6 +301,11 @@ bool OutputFile::open(const std::string& name, std::string& error) {
     m_stream = std::fopen(target.c_str(), "wb");
     if (m_stream == nullptr) error = std::strerror(errno);
     return m_stream != nullptr;
+  }
+  // A file the user may not write is not replaced either.
+  if (exists && access(target.c_str(), W_OK) != 0) {
+    error = std::strerror(errno);
+    return false;
   }
   std::string temporary = folderOf(target) + "/." + lastPartOf(target) + ".kelconv-XXXXXX";
   const int descriptor = mkstemp(&temporary[0]);

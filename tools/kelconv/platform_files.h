@@ -37,7 +37,7 @@ FileIdentity identityOfStream(std::FILE* stream);
 // old file stays whole until then, and an interrupted or failed run leaves
 // it as it was. When the name is a symbolic link, the file it leads to is
 // replaced (the link stays). Anything else (a device such as /dev/null, a
-// pipe) is written directly.
+// pipe) is written directly. A file the user may not write is refused.
 class OutputFile {
  public:
   OutputFile() = default;
