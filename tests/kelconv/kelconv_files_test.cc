@@ -185,6 +185,33 @@ TEST(KelconvInPlace, AnInterruptedRunLeavesTheOldFileAndNoTemporary) {
   }
 }
 
+// Files are read through mapped memory: one that shrinks while kelconv
+// reads it is a read error, not the end of the program.
+TEST(KelconvInput, AFileThatShrinksWhileItIsReadIsAReadError) {
+  Folder folder;
+  const std::string input = folder.file("input");
+  const std::string line = "caf\xE9 cr\xE8me br\xFBl\xE9" "e\n";
+  std::string text;
+  while (text.size() < 16 * 1024 * 1024) text += line;
+  writeFile(input, text);
+  kelulib_test::ChildProcess child({KELCONV_PROGRAM, "-f", "LATIN1", "-t", "UTF-8", input});
+  child.closeInput();
+  // kelconv blocks writing once the pipe is full, well before the end of
+  // its first window of the file; the file then loses all but a line.
+  std::string output(4096, '\0');
+  ASSERT_GT(::read(child.output(), &output[0], output.size()), 0);
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  fs::resize_file(input, line.size());
+  output.clear();
+  std::string buffer(1 << 16, '\0');
+  for (ssize_t got; (got = ::read(child.output(), &buffer[0], buffer.size())) > 0;) {
+    output.append(buffer, 0, static_cast<size_t>(got));
+  }
+  const CommandResult result = child.wait();
+  EXPECT_EQ(result.exitStatus, 2) << "not ended by a signal";
+  EXPECT_EQ(result.err, "kelconv: " + input + ": cannot read: Input/output error\n");
+}
+
 TEST(KelconvInPlace, DevicesAreWrittenDirectly) {
   const CommandResult result = kelconv({"-f", "LATIN1", "-t", "UTF-8", "-o", "/dev/null"}, "x");
   EXPECT_EQ(result.exitStatus, 0) << result.err;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tools/kelconv/ascii_converter.h"
+#include "tools/kelconv/platform_files.h"
 #include "tools/kelconv/platform_streams.h"
 #include "tools/kelconv/transliteration.h"
 
@@ -201,6 +202,10 @@ class InputFeeder {
   // stream's offsets count from after it.
   uint64_t markLength() const { return m_markLength; }
 
+  // Whether the bytes go to the stream as they come (no mark to look for,
+  // no byte order to turn): then the feeder keeps nothing of them.
+  bool passesBytesThrough() const { return !m_deciding && !m_reverse; }
+
  private:
   // The first unit is read: a byte-order mark chooses the order and is
   // dropped; without one the text is in the machine's order. False when
@@ -323,7 +328,7 @@ class Run {
     const uint64_t skippedBefore = m_stream.skippedCount();
     InputFeeder feeder(m_stream, *m_job.from.entry);
     int readError = 0;
-    const bool read = readInto(file, feeder, bar, readError);
+    const bool read = readInto(file, !standardInput, feeder, bar, readError);
     if (bar) bar->finish();  // before any message
     if (!read) {
       report(name + ": cannot read: " + std::strerror(readError));
@@ -341,13 +346,32 @@ class Run {
     }
   }
 
-  // Feeds `file` to the stream chunk by chunk and ends the text (also
-  // after a read error, with what was read). False on a read error, its
-  // errno in `readError`.
-  bool readInto(std::FILE* file, InputFeeder& feeder, std::optional<ProgressBar>& bar,
-                int& readError) {
-    std::vector<unsigned char> chunk(kChunkBytes);
+  // Feeds `file` to the stream and ends the text (also after a read error,
+  // with what was read). A regular file whose bytes go to the stream as
+  // they are is read through mapped memory, a window at a time (one copy of
+  // the text the fewer); anything else chunk by chunk. False on a read
+  // error, its errno in `readError`.
+  bool readInto(std::FILE* file, bool mappable, InputFeeder& feeder,
+                std::optional<ProgressBar>& bar, int& readError) {
     uint64_t done = 0;
+    if (mappable && feeder.passesBytesThrough()) {
+      // The stream only copies each window's bytes into its own slices, so
+      // a window cut short by a file that shrinks leaves it whole.
+      const MappedRead mapped = readMapped(
+          file,
+          [&](const unsigned char* bytes, size_t size) {
+            const bool going = feeder.feed(bytes, size) == KEL_STREAM_OK;
+            done += size;
+            if (bar) bar->update(done);
+            return going;
+          },
+          readError);
+      if (mapped != MappedRead::kNotMapped) {
+        feeder.finish();
+        return mapped == MappedRead::kRead;
+      }
+    }
+    std::vector<unsigned char> chunk(kChunkBytes);
     for (size_t got = chunk.size(); got == chunk.size();) {
       got = std::fread(chunk.data(), 1, chunk.size(), file);
       if (got > 0 && feeder.feed(chunk.data(), got) != KEL_STREAM_OK) return true;

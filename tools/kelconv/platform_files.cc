@@ -1,5 +1,6 @@
 #include "tools/kelconv/platform_files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -13,8 +14,10 @@
 #else
 #include <fcntl.h>
 #include <limits.h>
+#include <setjmp.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -125,6 +128,10 @@ FileIdentity identityOfFile(const std::string& name) {
   const FileIdentity identity = identityOfHandle(handle);
   CloseHandle(handle);
   return identity;
+}
+
+MappedRead readMapped(std::FILE*, const std::function<bool(const unsigned char*, size_t)>&, int&) {
+  return MappedRead::kNotMapped;  // read as a stream
 }
 
 FileIdentity identityOfStream(std::FILE* stream) {
@@ -275,7 +282,63 @@ mode_t newFileMode() {
   return 0666 & ~mask;
 }
 
+// Bytes of a file mapped at a time.
+constexpr size_t kMappedWindow = 1 << 20;
+
+// Where a read of mapped memory goes on when the file has shrunk under it:
+// the access past the file's new end raises SIGBUS, and the handler jumps
+// back into readMapped instead of ending the program.
+sigjmp_buf g_mappedReadJump;
+volatile sig_atomic_t g_inMappedRead = 0;
+
+extern "C" void leaveMappedRead(int signal) {
+  if (g_inMappedRead != 0) siglongjmp(g_mappedReadJump, 1);
+  ::signal(signal, SIG_DFL);
+  raise(signal);
+}
+
 }  // namespace
+
+MappedRead readMapped(std::FILE* stream,
+                      const std::function<bool(const unsigned char*, size_t)>& consume,
+                      int& error) {
+  struct stat status;
+  const int descriptor = fileno(stream);
+  if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return MappedRead::kNotMapped;
+  static const bool installed = [] {
+    struct sigaction action = {};
+    action.sa_handler = leaveMappedRead;
+    sigemptyset(&action.sa_mask);
+    return sigaction(SIGBUS, &action, nullptr) == 0;
+  }();
+  if (!installed) return MappedRead::kNotMapped;
+  const auto size = static_cast<uint64_t>(status.st_size);
+  for (uint64_t offset = 0; offset < size; offset += kMappedWindow) {
+    const size_t length = static_cast<size_t>(std::min<uint64_t>(kMappedWindow, size - offset));
+    void* window = mmap(nullptr, length, PROT_READ, MAP_PRIVATE, descriptor,
+                        static_cast<off_t>(offset));
+    if (window == MAP_FAILED) {
+      if (offset == 0) return MappedRead::kNotMapped;
+      error = errno;
+      return MappedRead::kFailed;
+    }
+    madvise(window, length, MADV_SEQUENTIAL);
+    bool goOn = false;
+    if (sigsetjmp(g_mappedReadJump, 1) == 0) {
+      g_inMappedRead = 1;
+      goOn = consume(static_cast<const unsigned char*>(window), length);
+      g_inMappedRead = 0;
+    } else {
+      g_inMappedRead = 0;
+      munmap(window, length);
+      error = EIO;
+      return MappedRead::kFailed;
+    }
+    munmap(window, length);
+    if (!goOn) break;
+  }
+  return MappedRead::kRead;
+}
 
 FileIdentity identityOfFile(const std::string& name) {
   struct stat status;

@@ -5,8 +5,10 @@
 #ifndef KELULIB_TOOLS_KELCONV_PLATFORM_FILES_H_
 #define KELULIB_TOOLS_KELCONV_PLATFORM_FILES_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <string>
 
 namespace kelconv {
@@ -30,6 +32,26 @@ FileIdentity identityOfFile(const std::string& name);
 // The regular file behind an open stream; unknown for anything else (a
 // terminal, a pipe, a device).
 FileIdentity identityOfStream(std::FILE* stream);
+
+// How reading a file through mapped memory went.
+enum class MappedRead {
+  kNotMapped,  // the file was not mapped (not a regular file, or no way to map
+               // it here): nothing was read, read it as a stream
+  kRead,       // read to its end, or until `consume` said to stop
+  kFailed,     // the file could not be read (it shrank while being read)
+};
+
+// Reads the regular file behind `stream` (opened, nothing read from it yet)
+// a window of mapped memory at a time, handing each window in order to
+// `consume`, which returns false to stop. This spares the copy that reading
+// into a buffer makes, and keeps no more than a window of the file in
+// memory. A window's bytes are valid only during its call, and `consume`
+// must keep no state that a window's reading could leave half made: on a
+// file that shrinks under it, the reading ends inside `consume` (with
+// kFailed and EIO in `error`).
+MappedRead readMapped(std::FILE* stream,
+                      const std::function<bool(const unsigned char* bytes, size_t size)>& consume,
+                      int& error);
 
 // An output file that replaces the old one only when it is complete. A
 // regular file, or a name that does not exist yet, is written to a
