@@ -98,7 +98,10 @@ size_t KelCharSetConverterSBCS::toUTF16(wchar16* dst, void const* src, size_t ds
   size_t count = 0;
   if (table != nullptr) {
     const auto* in = static_cast<const unsigned char*>(src);
-    const bool fast = kelulib::fastPathsOn();
+    // Runs only where a kernel converts them (the single-byte table kernels
+    // run where the other table kernels do): tried at every byte without
+    // one, they would cost several times the plain step.
+    const bool fast = kelulib::fastPathsOn() && kelulib::tableKernelsOn();
     kelulib::KelNonZeroRun<unsigned char> known(in);
     for (int budget = srcLimit; count < dstUnits && budget != 0; ++in) {
       if (fast && dstUnits - count >= kShortestRun) {
@@ -148,7 +151,7 @@ size_t KelCharSetConverterSBCS::fromUTF16(void* dst, wchar16 const* src, size_t 
   const ReverseTable* reverse = m_fromUnicode.load(std::memory_order_acquire);
   if (reverse != nullptr) {
     size_t room = dstBytes;
-    const bool fast = kelulib::fastPathsOn();
+    const bool fast = kelulib::fastPathsOn() && kelulib::tableKernelsOn();  // as in toUTF16
     kelulib::KelNonZeroRun<wchar16> known(src);
     for (const wchar16* in = src; room > 0; ++in) {
       if (fast && room >= kShortestRun) {
