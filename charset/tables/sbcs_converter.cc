@@ -98,10 +98,7 @@ size_t KelCharSetConverterSBCS::toUTF16(wchar16* dst, void const* src, size_t ds
   size_t count = 0;
   if (table != nullptr) {
     const auto* in = static_cast<const unsigned char*>(src);
-    // Runs only where a kernel converts them (the single-byte table kernels
-    // run where the other table kernels do): tried at every byte without
-    // one, they would cost several times the plain step.
-    const bool fast = kelulib::fastPathsOn() && kelulib::tableKernelsOn();
+    const bool fast = kelulib::fastPathsOn();
     kelulib::KelNonZeroRun<unsigned char> known(in);
     for (int budget = srcLimit; count < dstUnits && budget != 0; ++in) {
       if (fast && dstUnits - count >= kShortestRun) {
@@ -151,7 +148,7 @@ size_t KelCharSetConverterSBCS::fromUTF16(void* dst, wchar16 const* src, size_t 
   const ReverseTable* reverse = m_fromUnicode.load(std::memory_order_acquire);
   if (reverse != nullptr) {
     size_t room = dstBytes;
-    const bool fast = kelulib::fastPathsOn() && kelulib::tableKernelsOn();  // as in toUTF16
+    const bool fast = kelulib::fastPathsOn();
     kelulib::KelNonZeroRun<wchar16> known(src);
     for (const wchar16* in = src; room > 0; ++in) {
       if (fast && room >= kShortestRun) {
