@@ -19,16 +19,16 @@
 // 1/3) and its ratio to the conversion in memory (target: at most 1.3), and
 // kelconv's largest peak resident set (target: under 8 MiB).
 #include <KelULib.h>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -42,11 +42,11 @@ extern char** environ;
 namespace {
 
 struct Conversion {
-  const char* name;     // for --only and the table
-  const char* corpus;   // file of the corpora folder
-  const char* from;     // the name kelconv and iconv both take
+  const char* name;    // for --only and the table
+  const char* corpus;  // file of the corpora folder
+  const char* from;    // the name kelconv and iconv both take
   const char* to;
-  KelCharSet fromId;    // for the conversion in memory
+  KelCharSet fromId;  // for the conversion in memory
   KelCharSet toId;
 };
 
@@ -204,8 +204,8 @@ int main(int argc, char** argv) {
   }
   std::vector<const Conversion*> conversions;
   for (const Conversion& conversion : kConversions) {
-    if (options.only.empty() ||
-        std::find(options.only.begin(), options.only.end(), conversion.name) != options.only.end()) {
+    if (options.only.empty() || std::find(options.only.begin(), options.only.end(),
+                                          conversion.name) != options.only.end()) {
       conversions.push_back(&conversion);
     }
   }
@@ -252,10 +252,10 @@ int main(int argc, char** argv) {
       return 1;
     }
 
-    const std::vector<std::string> iconvCommand = {options.iconv, "-f", conversion->from, "-t",
-                                                   conversion->to, input};
-    const std::vector<std::string> kelconvCommand = {options.kelconv, "-f", conversion->from,
-                                                     "-t", conversion->to, input};
+    const std::vector<std::string> iconvCommand = {options.iconv, "-f",           conversion->from,
+                                                   "-t",          conversion->to, input};
+    const std::vector<std::string> kelconvCommand = {options.kelconv, "-f", conversion->from, "-t",
+                                                     conversion->to,  input};
     for (int round = 0; round < options.rounds; ++round) {
       for (int step = 0; step < 3; ++step) {
         const int backend = (step + round) % 3;
@@ -280,8 +280,9 @@ int main(int argc, char** argv) {
 
   std::printf("\nMedians of %d interleaved rounds (seconds; input MB/s in brackets)\n\n",
               options.rounds);
-  std::printf("| conversion | input MB | iconv | kelconv | in memory | kelconv / iconv (<= 0.33) "
-              "| kelconv / in memory (<= 1.3) | kelconv peak RSS KiB (< 8192) | iconv peak RSS KiB |\n");
+  std::printf(
+      "| conversion | input MB | iconv | kelconv | in memory | kelconv / iconv (<= 0.33) "
+      "| kelconv / in memory (<= 1.3) | kelconv peak RSS KiB (< 8192) | iconv peak RSS KiB |\n");
   std::printf("|---|---:|---:|---:|---:|---:|---:|---:|---:|\n");
   bool met = true;
   for (const Conversion* conversion : conversions) {
@@ -291,10 +292,10 @@ int main(int argc, char** argv) {
     const double m = median(r.memory);
     const bool ok = k / i <= 1.0 / 3 && k / m <= 1.3 && r.kelconvResident < 8192;
     met = met && ok;
-    std::printf("| %s | %.1f | %.3f (%.0f) | %.3f (%.0f) | %.3f (%.0f) | %.2f | %.2f | %ld | %ld |%s\n",
-                conversion->name, r.megabytes, i, r.megabytes / i, k, r.megabytes / k, m,
-                r.megabytes / m, k / i, k / m, r.kelconvResident, r.iconvResident,
-                ok ? "" : " (target missed)");
+    std::printf(
+        "| %s | %.1f | %.3f (%.0f) | %.3f (%.0f) | %.3f (%.0f) | %.2f | %.2f | %ld | %ld |%s\n",
+        conversion->name, r.megabytes, i, r.megabytes / i, k, r.megabytes / k, m, r.megabytes / m,
+        k / i, k / m, r.kelconvResident, r.iconvResident, ok ? "" : " (target missed)");
   }
   std::printf("\n%s\n", met ? "Every target met." : "Some target missed.");
   return 0;

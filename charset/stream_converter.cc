@@ -65,8 +65,9 @@ constexpr size_t kBlockUnits = 8;
 bool anyZeroOrHighSurrogate(const wchar16* units) {
   const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units));
   const __m128i zero = _mm_cmpeq_epi16(block, _mm_setzero_si128());
-  const __m128i high = _mm_cmpeq_epi16(_mm_and_si128(block, _mm_set1_epi16(static_cast<short>(0xFC00))),
-                                       _mm_set1_epi16(static_cast<short>(0xD800)));
+  const __m128i high =
+      _mm_cmpeq_epi16(_mm_and_si128(block, _mm_set1_epi16(static_cast<short>(0xFC00))),
+                      _mm_set1_epi16(static_cast<short>(0xD800)));
   return _mm_movemask_epi8(_mm_or_si128(zero, high)) != 0;
 }
 #else
@@ -311,8 +312,8 @@ class KelStreamConverter::Impl {
     std::memcpy(saved, bytes + end, m_unit);
     std::memset(bytes + end, 0, m_unit);
     const size_t units = (end - begin) / m_unit;
-    const size_t count = m_decoder.toUTF16(m_units.data(), bytes + begin, unitRoom(end - begin),
-                                           op, illegal, static_cast<int>(units));
+    const size_t count = m_decoder.toUTF16(m_units.data(), bytes + begin, unitRoom(end - begin), op,
+                                           illegal, static_cast<int>(units));
     std::memcpy(bytes + end, saved, m_unit);
     return count;
   }
@@ -456,8 +457,8 @@ class KelStreamConverter::Impl {
     }
     // What the source's converter reads for them when it replaces.
     bool illegal = false;
-    count = length <= kLongestCharacter ? decodeOne(at, length, ILLCHAR_REPLACE, units, &illegal)
-                                        : 0;
+    count =
+        length <= kLongestCharacter ? decodeOne(at, length, ILLCHAR_REPLACE, units, &illegal) : 0;
     if (count == 0 && m_unit > 1) {
       units[0] = kelulib::kReplacementCharacter;  // an incomplete unit
       count = 1;
@@ -677,9 +678,9 @@ KelStreamConverter::KelStreamConverter(KelCharSet from, KelCharSet to, KelStream
   if (write == nullptr) throw std::invalid_argument("null KelStreamWriteFunction");
   if (!isValidPolicy(policy)) throw std::invalid_argument("unknown KelStreamPolicy");
   KelCharSetConverter* decoder = KelCharSetConverter::getConverter(from);
-  m_impl = new Impl(*decoder, *KelCharSetConverter::getConverter(to),
-                    kelulib::sequenceRulesOf(*decoder), true, policy, nullptr,
-                    std::make_unique<FunctionSink>(write, context));
+  m_impl =
+      new Impl(*decoder, *KelCharSetConverter::getConverter(to), kelulib::sequenceRulesOf(*decoder),
+               true, policy, nullptr, std::make_unique<FunctionSink>(write, context));
 }
 
 KelStreamConverter::KelStreamConverter(KelCharSetConverter* from, KelCharSetConverter* to,
@@ -691,8 +692,8 @@ KelStreamConverter::KelStreamConverter(KelCharSetConverter* from, KelCharSetConv
   if (rules == nullptr) {
     throw std::invalid_argument("source converter reads characters of more than one size");
   }
-  m_impl = new Impl(*from, *to, std::move(rules), isLibraryConverter(*from), policy, &sink,
-                    nullptr);
+  m_impl =
+      new Impl(*from, *to, std::move(rules), isLibraryConverter(*from), policy, &sink, nullptr);
 }
 
 KelStreamConverter::~KelStreamConverter() { delete m_impl; }

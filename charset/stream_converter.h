@@ -98,8 +98,8 @@ typedef int (*KelStreamWriteFunction)(void* context, const void* bytes, size_t s
 /* Gives the text to write for `character`, which the target set lacks: up
  * to `room` (KEL_STREAM_HANDLER_UNITS) UTF-16 units into `units`; returns
  * how many, 0 for none. */
-typedef size_t (*KelStreamSubstituteFunction)(void* context, uint32_t character,
-                                              wchar16* units, size_t room);
+typedef size_t (*KelStreamSubstituteFunction)(void* context, uint32_t character, wchar16* units,
+                                              size_t room);
 
 /* Gives the text to read for the `count` bytes at `bytes`, which are no
  * character of the source set: up to `room` UTF-16 units into `units`;

@@ -8,7 +8,6 @@
  * Stops at the first byte sequence that is not valid in FROM, or the first
  * character that TO lacks, with a message giving its offset; exit status 1. */
 #include <KelULib.h>
-
 #include <stdio.h>
 #include <stdlib.h>
 

@@ -27,11 +27,10 @@ using kelulib_fuzz::ExactBuffer;
 using kelulib_fuzz::FuzzInput;
 
 constexpr KelCharSet kStreamSets[] = {
-    KelCS_UTF8,       KelCS_UTF16,       KelCS_UTF16ESC,    KelCS_UTF32,      KelCS_WCP1252,
-    KelCS_WCP1251,    KelCS_WCP874,      KelCS_ISO_8859_1,  KelCS_ISO_8859_7, KelCS_KOI8R,
-    KelCS_WCP932,     KelCS_WCP936,      KelCS_WCP949,      KelCS_WCP950,     KelCS_BIG5,
-    KelCS_SHIFTJIS,   KelCS_SJIS0213,    KelCS_EUC_JP,      KelCS_EUC_CN,     KelCS_EUC_KR,
-    KelCS_GB18030};
+    KelCS_UTF8,   KelCS_UTF16,      KelCS_UTF16ESC,   KelCS_UTF32,    KelCS_WCP1252,  KelCS_WCP1251,
+    KelCS_WCP874, KelCS_ISO_8859_1, KelCS_ISO_8859_7, KelCS_KOI8R,    KelCS_WCP932,   KelCS_WCP936,
+    KelCS_WCP949, KelCS_WCP950,     KelCS_BIG5,       KelCS_SHIFTJIS, KelCS_SJIS0213, KelCS_EUC_JP,
+    KelCS_EUC_CN, KelCS_EUC_KR,     KelCS_GB18030};
 
 class StringSink : public KelStreamSink {
  public:
@@ -121,18 +120,17 @@ std::optional<std::string> wholeConversion(KelCharSet from, KelCharSet to,
   ExactBuffer<char> input(text.size() + 4, 0);
   if (!text.empty()) std::memcpy(input.data(), text.data(), text.size());
   ExactBuffer<wchar16> units(text.size() + 1);
-  const size_t count =
-      KelCharSetConverter::getConverter(from)->toUTF16(units.data(), input.data(), text.size(),
-                                                       ILLCHAR_REPLACE, nullptr,
-                                                       static_cast<int>(text.size() / unit));
+  const size_t count = KelCharSetConverter::getConverter(from)->toUTF16(
+      units.data(), input.data(), text.size(), ILLCHAR_REPLACE, nullptr,
+      static_cast<int>(text.size() / unit));
   for (size_t i = 0; i < count; ++i) {
     if (units[i] == 0) return std::nullopt;
   }
   KelCharSetConverter* encoder = KelCharSetConverter::getConverter(to);
   const size_t room = count * encoder->getMaxUnitSize();
   ExactBuffer<char> output(room + encoder->getNullCharSize());
-  return std::string(output.data(),
-                     encoder->fromUTF16(output.data(), units.data(), room, ILLCHAR_REPLACE, nullptr));
+  return std::string(output.data(), encoder->fromUTF16(output.data(), units.data(), room,
+                                                       ILLCHAR_REPLACE, nullptr));
 }
 
 }  // namespace

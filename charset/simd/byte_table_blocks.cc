@@ -21,9 +21,9 @@ size_t mapBytesToUnitsInBlocks(const unsigned char* in, size_t count, const wcha
   for (; done + 4 <= count; done += 4) {
     uint32_t bytes;
     std::memcpy(&bytes, in + done, sizeof bytes);
-    const uint64_t units = uint64_t{table[bytes & 0xFF]} | uint64_t{table[bytes >> 8 & 0xFF]} << 16 |
-                           uint64_t{table[bytes >> 16 & 0xFF]} << 32 |
-                           uint64_t{table[bytes >> 24]} << 48;
+    const uint64_t units =
+        uint64_t{table[bytes & 0xFF]} | uint64_t{table[bytes >> 8 & 0xFF]} << 16 |
+        uint64_t{table[bytes >> 16 & 0xFF]} << 32 | uint64_t{table[bytes >> 24]} << 48;
     if (hasZeroUnit(units)) break;  // an unmapped byte
     std::memcpy(out + done, &units, sizeof units);
   }

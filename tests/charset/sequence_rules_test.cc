@@ -16,12 +16,11 @@
 // The converter is the oracle: it is asked through its public interface,
 // toUTF16 under ILLCHAR_REPLACE. Under the sanitizers, whose checks make
 // every call dozens of times slower, the sweeps take every sixteenth first
-// byte (the whole code space runs in the default and fuzz-free builds).
+// byte (the other builds sweep the whole code space).
 #include "charset/sequence_rules.h"
 
-#include <gtest/gtest.h>
-
 #include <KelULib.h>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
@@ -186,8 +185,8 @@ Alphabet joined(std::initializer_list<Alphabet> parts) {
 const Alphabet kAnyByte = range(1, 255);
 // A byte of each class that the encodings tell apart: digits, ASCII
 // letters, DEL, 0x80, the upper half's edges and middle.
-const Alphabet kFollowers = {0x30, 0x39, 0x41, 0x7E, 0x7F, 0x80, 0x8E, 0x8F, 0xA0, 0xA1, 0xBF,
-                             0xC0, 0xDF, 0xE0, 0xFE, 0xFF};
+const Alphabet kFollowers = {0x30, 0x39, 0x41, 0x7E, 0x7F, 0x80, 0x8E, 0x8F,
+                             0xA0, 0xA1, 0xBF, 0xC0, 0xDF, 0xE0, 0xFE, 0xFF};
 
 // Checks every sequence of the product of `positions`.
 void checkProduct(RulesChecker& checker, const std::vector<Alphabet>& positions) {
@@ -309,7 +308,8 @@ TEST(Utf8Rules, EveryFourByteForm) {
   // Every four-byte form; then every byte after two continuation bytes, and
   // after one, with each class after it.
   checkProduct(checker, {range(0xF0, 0xFF), sweep(continuation), continuation, continuation});
-  checkProduct(checker, {range(0xF0, 0xFF), {0x80, 0x9F, 0xA0, 0xBF}, sweep(continuation), kAnyByte});
+  checkProduct(checker,
+               {range(0xF0, 0xFF), {0x80, 0x9F, 0xA0, 0xBF}, sweep(continuation), kAnyByte});
   checkProduct(checker, {range(0xF0, 0xFF), sweep(continuation), kAnyByte, kFollowers});
   expectAgreement(checker);
 }
@@ -382,7 +382,8 @@ TEST(WholeCharacters, FromAMarkedPlaceAsFromTheStart) {
       for (unsigned char& b : text) b = alphabet[random() % alphabet.size()];
       if (id == KelCS_UTF16ESC && round % 2 == 0) {
         const char* escape = "U+00E9";
-        std::memcpy(text.data() + random() % text.size() / 2, escape, std::min<size_t>(6, text.size() / 2));
+        std::memcpy(text.data() + random() % text.size() / 2, escape,
+                    std::min<size_t>(6, text.size() / 2));
       }
       // The walk from the start.
       size_t length = 0;

@@ -109,8 +109,7 @@ std::string readFile(const std::string& path) {
 }
 
 std::string goldenText(KelCharSet id, const std::string& extension) {
-  return readFile(std::string(KELULIB_GOLDEN_DIR) + "/" + KelCharSetToString(id) + "." +
-                  extension);
+  return readFile(std::string(KELULIB_GOLDEN_DIR) + "/" + KelCharSetToString(id) + "." + extension);
 }
 
 // Every character set with a converter of its own.
@@ -153,8 +152,9 @@ class StreamEveryConverterTest : public testing::TestWithParam<KelCharSet> {};
 
 // The first `bytes` of a golden text, cut after a whole line.
 std::string linesOf(const std::string& text, size_t bytes, size_t unit) {
-  const std::string newline = unit == 1 ? "\n" : unit == 2 ? std::string("\n\0", 2)
-                                                           : std::string("\n\0\0\0", 4);
+  const std::string newline = unit == 1   ? "\n"
+                              : unit == 2 ? std::string("\n\0", 2)
+                                          : std::string("\n\0\0\0", 4);
   size_t end = text.size();
   for (size_t at = 0; at < text.size(); at += unit) {
     if (text.compare(at, unit, newline) == 0 && at + unit >= bytes) {
@@ -225,7 +225,9 @@ INSTANTIATE_TEST_SUITE_P(EveryConverter, StreamEveryConverterTest,
 
 // "é" (2 bytes in UTF-8), "€" and "日" (3), "😀" and "𠮷" (4, surrogate pairs).
 const std::u16string kMixedUnits = u"a\u00E9\u20AC\u65E5\U0001F600b\U00020BB7";
-const std::string kMixedUtf8 = "a\xC3\xA9\xE2\x82\xAC\xE6\x97\xA5\xF0\x9F\x98\x80" "b\xF0\xA0\xAE\xB7";
+const std::string kMixedUtf8 =
+    "a\xC3\xA9\xE2\x82\xAC\xE6\x97\xA5\xF0\x9F\x98\x80"
+    "b\xF0\xA0\xAE\xB7";
 
 TEST(StreamCuts, Utf8SequencesOfEveryLengthToUtf16) {
   expectSameAtEveryCut({KelCS_UTF8, KelCS_UTF16}, kMixedUtf8, bytesOf(kMixedUnits));
@@ -241,8 +243,8 @@ TEST(StreamCuts, Utf32ToUtf8) {
 }
 
 TEST(StreamCuts, EscapedUnitsAndEscapedPairsToUtf8) {
-  expectSameAtEveryCut({KelCS_UTF16ESC, KelCS_UTF8},
-                       "aU+00E9U+20ACU+65E5U+D83DU+DE00bU+D842U+DFB7", kMixedUtf8);
+  expectSameAtEveryCut({KelCS_UTF16ESC, KelCS_UTF8}, "aU+00E9U+20ACU+65E5U+D83DU+DE00bU+D842U+DFB7",
+                       kMixedUtf8);
 }
 
 TEST(StreamCuts, EncodedSurrogatesInUtf8JoinAcrossACut) {
@@ -256,7 +258,10 @@ TEST(StreamCuts, InvalidUtf8IsReplacedTheSameAtEveryCut) {
   // A lead byte followed by a non-continuation, a stray continuation byte
   // (dropped by the converter) and a truncated sequence at the end, whose
   // lead byte is replaced and whose continuation byte is then dropped.
-  expectSameAtEveryCut({KelCS_UTF8, KelCS_UTF16}, "\xC3" "A\x80" "B\xE2\x82",
+  expectSameAtEveryCut({KelCS_UTF8, KelCS_UTF16},
+                       "\xC3"
+                       "A\x80"
+                       "B\xE2\x82",
                        bytesOf(std::u16string(u"\uFFFDAB\uFFFD")));
 }
 
@@ -264,16 +269,23 @@ TEST(StreamCuts, InvalidUtf8IsReplacedTheSameAtEveryCut) {
 // converter reads F5 alone and pairs D1 with the next byte.
 TEST(StreamCuts, EucJapaneseUnmappedPairBeforeACutIsReadAsTheConverterReadsIt) {
   // Python's codecs: F5 is illegal, D1 D0 is U+51A9.
-  expectSameAtEveryCut({KelCS_EUC_JP, KelCS_UTF8}, "\xF5\xD1\xD0" "Q",
-                       "\xEF\xBF\xBD\xE5\x86\xA9" "Q");
+  expectSameAtEveryCut({KelCS_EUC_JP, KelCS_UTF8},
+                       "\xF5\xD1\xD0"
+                       "Q",
+                       "\xEF\xBF\xBD\xE5\x86\xA9"
+                       "Q");
 }
 
 // Code page 936's byte classes read 0x81 0x80 as 0x81 alone and 0x80 (the
 // euro sign) after it, and GB18030 reads the pair as U+4E90.
 TEST(StreamCuts, EachDoubleByteSetPairsItsOwnTrailBytes) {
-  expectSameAtEveryCut({KelCS_WCP936, KelCS_UTF16}, "\x81\x80" "a",
+  expectSameAtEveryCut({KelCS_WCP936, KelCS_UTF16},
+                       "\x81\x80"
+                       "a",
                        bytesOf(std::u16string(u"\uFFFD\u20ACa")));
-  expectSameAtEveryCut({KelCS_GB18030, KelCS_UTF16}, "\x81\x80" "a",
+  expectSameAtEveryCut({KelCS_GB18030, KelCS_UTF16},
+                       "\x81\x80"
+                       "a",
                        bytesOf(std::u16string(u"\u4E90a")));
   expectSameAtEveryCut({KelCS_GB18030, KelCS_UTF16}, "\x81\x30\x81\x30\x90\x30\x81\x30",
                        bytesOf(std::u16string(u"\u0080\U00010000")));
@@ -328,7 +340,10 @@ TEST(StreamZeros, AZeroEndsAnIncompleteSequence) {
 
 TEST(StreamZeros, AnEncodedZeroInUtf8BecomesAZeroToo) {
   // The UTF-8 converter reads the overlong C0 80 as U+0000.
-  expectSameAtEveryCut({KelCS_UTF8, KelCS_WCP1252}, "a\xC0\x80" "b", std::string("a\0b", 3));
+  expectSameAtEveryCut({KelCS_UTF8, KelCS_WCP1252},
+                       "a\xC0\x80"
+                       "b",
+                       std::string("a\0b", 3));
 }
 
 // --- Whole units -----------------------------------------------------------------
@@ -338,14 +353,14 @@ TEST(StreamUnits, AnOddByteAtTheEndOfUtf16IsReplaced) {
 }
 
 TEST(StreamUnits, AnIncompleteUnitAtTheEndStopsUnderTheStopPolicy) {
-  const Converted result = convertPieces({KelCS_UTF32, KelCS_UTF8, KEL_STREAM_STOP},
-                                         {std::string("a\0\0\0b\0", 6)});
+  const Converted result =
+      convertPieces({KelCS_UTF32, KelCS_UTF8, KEL_STREAM_STOP}, {std::string("a\0\0\0b\0", 6)});
   EXPECT_EQ(result.output, "a");
   EXPECT_EQ(result.status, KEL_STREAM_INVALID_INPUT);
   EXPECT_EQ(result.failure.offset, 4u);
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(result.failure.bytes),
-                        result.failure.byteCount),
-            std::string("b\0", 2));
+  EXPECT_EQ(
+      std::string(reinterpret_cast<const char*>(result.failure.bytes), result.failure.byteCount),
+      std::string("b\0", 2));
 }
 
 // --- Policies ----------------------------------------------------------------------
@@ -364,8 +379,9 @@ TEST(StreamPolicies, EscapeWritesTheUnitInTheLibrarysForm) {
 }
 
 TEST(StreamPolicies, EscapeInUtf32WritesSixValues) {
-  EXPECT_EQ(convert({KelCS_UTF16, KelCS_UTF32, KEL_STREAM_ESCAPE}, bytesOf(std::u16string(u"a\xD800"))),
-            bytesOf(std::u32string(U"aU+D800")));
+  EXPECT_EQ(
+      convert({KelCS_UTF16, KelCS_UTF32, KEL_STREAM_ESCAPE}, bytesOf(std::u16string(u"a\xD800"))),
+      bytesOf(std::u32string(U"aU+D800")));
 }
 
 TEST(StreamPolicies, ReplaceReadsInvalidInputAsTheReplacementCharacter) {
@@ -373,8 +389,10 @@ TEST(StreamPolicies, ReplaceReadsInvalidInputAsTheReplacementCharacter) {
 }
 
 TEST(StreamPolicies, StopEndsBeforeInvalidInputAndGivesItsOffset) {
-  const Converted result = convertPieces({KelCS_UTF8, KelCS_UTF16, KEL_STREAM_STOP},
-                                         {"abc", "d\xC3\xA9" "e\xC3", "(f"});
+  const Converted result = convertPieces({KelCS_UTF8, KelCS_UTF16, KEL_STREAM_STOP}, {"abc",
+                                                                                      "d\xC3\xA9"
+                                                                                      "e\xC3",
+                                                                                      "(f"});
   EXPECT_EQ(result.output, bytesOf(std::u16string(u"abcd\u00E9e")));
   EXPECT_EQ(result.status, KEL_STREAM_INVALID_INPUT);
   EXPECT_EQ(result.failure.offset, 7u);
@@ -382,7 +400,8 @@ TEST(StreamPolicies, StopEndsBeforeInvalidInputAndGivesItsOffset) {
 }
 
 TEST(StreamPolicies, StopEndsBeforeAStrayContinuationByte) {
-  const Converted result = convertPieces({KelCS_UTF8, KelCS_UTF8, KEL_STREAM_STOP}, {"ab\x80" "c"});
+  const Converted result = convertPieces({KelCS_UTF8, KelCS_UTF8, KEL_STREAM_STOP}, {"ab\x80"
+                                                                                     "c"});
   EXPECT_EQ(result.output, "ab");
   EXPECT_EQ(result.failure.offset, 2u);
   EXPECT_EQ(failureBytes(result.failure), "\x80");
@@ -419,13 +438,15 @@ TEST(StreamPolicies, StopEndsBeforeAnUnpairedSurrogateAtTheEnd) {
 // form), wherever the input is cut.
 TEST(StreamPolicies, Gb18030UnpairedHighSurrogateLeavesOutOnlyItselfAtEveryCut) {
   expectSameAtEveryCut({KelCS_UTF16, KelCS_GB18030},
-                       bytesOf(std::u16string(u"a\xD800" u"bc\u00E9")),
+                       bytesOf(std::u16string(u"a\xD800"
+                                              u"bc\u00E9")),
                        "abc\xA8\xA6");  // Python's codecs: U+00E9 is A8 A6
 }
 
 TEST(StreamPolicies, StopEndsBeforeAnUnpairedHighSurrogateInGb18030) {
   const Converted result = convertPieces({KelCS_UTF16, KelCS_GB18030, KEL_STREAM_STOP},
-                                         {bytesOf(std::u16string(u"a\xD800" u"b"))});
+                                         {bytesOf(std::u16string(u"a\xD800"
+                                                                 u"b"))});
   EXPECT_EQ(result.output, "a");
   EXPECT_EQ(result.status, KEL_STREAM_UNREPRESENTABLE);
   EXPECT_EQ(result.failure.offset, 2u);
@@ -437,7 +458,9 @@ TEST(StreamPolicies, StopEndsBeforeAnUnpairedHighSurrogateInGb18030) {
 // lost or read twice.
 TEST(StreamPolicies, EscapeOfAnUnpairedHighSurrogateInUtf8KeepsWhatFollows) {
   expectSameAtEveryCut({KelCS_UTF16, KelCS_UTF8, KEL_STREAM_ESCAPE},
-                       bytesOf(std::u16string(u"\xD800" u"AB")), "U+D800AB");
+                       bytesOf(std::u16string(u"\xD800"
+                                              u"AB")),
+                       "U+D800AB");
   const std::string zero("\0", 1);
   expectSameAtEveryCut({KelCS_UTF8, KelCS_UTF8, KEL_STREAM_ESCAPE},
                        "\xED\xA0\x80" + zero + "A\xED\xA0\x80", "U+D800" + zero + "AU+D800");
@@ -473,7 +496,8 @@ TEST(StreamPolicies, StopWritesNothingMoreAfterTheFailure) {
 }
 
 TEST(StreamPolicies, IncompleteSequenceAtTheEndIsOneInvalidCharacter) {
-  const Converted result = convertPieces({KelCS_UTF8, KelCS_UTF8, KEL_STREAM_STOP}, {"abc\xE2\x82"});
+  const Converted result =
+      convertPieces({KelCS_UTF8, KelCS_UTF8, KEL_STREAM_STOP}, {"abc\xE2\x82"});
   EXPECT_EQ(result.output, "abc");
   EXPECT_EQ(result.failure.offset, 3u);
   EXPECT_EQ(failureBytes(result.failure), "\xE2\x82");
@@ -481,7 +505,10 @@ TEST(StreamPolicies, IncompleteSequenceAtTheEndIsOneInvalidCharacter) {
 
 TEST(StreamPolicies, SkipLeavesOutWhatCannotBeConvertedAndCountsIt) {
   // Invalid bytes, a character Windows-1252 lacks, an incomplete sequence.
-  const std::string input = "a\xFF" "b\xE2\x88\x9E" "c\xC3\xA9\xE2\x82";
+  const std::string input =
+      "a\xFF"
+      "b\xE2\x88\x9E"
+      "c\xC3\xA9\xE2\x82";
   for (size_t at = 0; at <= input.size(); ++at) {
     const Converted result = convertPieces({KelCS_UTF8, KelCS_WCP1252, KEL_STREAM_SKIP},
                                            {input.substr(0, at), input.substr(at)});
@@ -492,8 +519,8 @@ TEST(StreamPolicies, SkipLeavesOutWhatCannotBeConvertedAndCountsIt) {
 }
 
 TEST(StreamPolicies, SkipLeavesOutABrokenUnitOfUtf16) {
-  const Converted result = convertPieces({KelCS_UTF16, KelCS_UTF8, KEL_STREAM_SKIP},
-                                         {std::string("a\0b", 3)});
+  const Converted result =
+      convertPieces({KelCS_UTF16, KelCS_UTF8, KEL_STREAM_SKIP}, {std::string("a\0b", 3)});
   EXPECT_EQ(result.output, "a");
   EXPECT_EQ(result.skipped, 1u);
 }
@@ -523,8 +550,8 @@ TEST(StreamHandlers, SubstitutionComesBeforeThePolicy) {
                                                               : "5 EUR, 6 ";
     EXPECT_EQ(sink.text, expected) << policy;
     EXPECT_EQ(calls, 2);
-    EXPECT_EQ(converter.status(), policy == KEL_STREAM_STOP ? KEL_STREAM_UNREPRESENTABLE
-                                                            : KEL_STREAM_OK);
+    EXPECT_EQ(converter.status(),
+              policy == KEL_STREAM_STOP ? KEL_STREAM_UNREPRESENTABLE : KEL_STREAM_OK);
   }
 }
 
@@ -564,7 +591,9 @@ TEST(StreamHandlers, InvalidInputHandlerGivesTheTextToRead) {
   int calls = 0;
   KelStreamConverter converter(KelCS_GB18030, KelCS_UTF16, KEL_STREAM_STOP, sink);
   converter.setInvalidInputHandler(readAs936, &calls);
-  const std::string input = "a\x80\x81\x80" "b\x81 ";
+  const std::string input =
+      "a\x80\x81\x80"
+      "b\x81 ";
   EXPECT_EQ(converter.convert(input.data(), input.size()), KEL_STREAM_INVALID_INPUT);
   EXPECT_EQ(sink.text, bytesOf(std::u16string(u"a\u20AC\u4E90b")));
   EXPECT_EQ(converter.failure().offset, 5u);
@@ -630,9 +659,9 @@ TEST(StreamCInterface, CreateConvertFinishDestroy) {
 TEST(StreamCInterface, RefusesWhatItCannotUse) {
   std::string output;
   EXPECT_EQ(KelStreamCreate(KelCS_UTF8, KelCS_UTF8, KEL_STREAM_STOP, nullptr, nullptr), nullptr);
-  EXPECT_EQ(KelStreamCreate(KelCS_UTF8, KelCS_UTF8, static_cast<KelStreamPolicy>(7), appendTo,
-                            &output),
-            nullptr);
+  EXPECT_EQ(
+      KelStreamCreate(KelCS_UTF8, KelCS_UTF8, static_cast<KelStreamPolicy>(7), appendTo, &output),
+      nullptr);
   EXPECT_EQ(KelStreamConvert(nullptr, "a", 1), KEL_STREAM_OUTPUT_FAILED);
   EXPECT_EQ(KelStreamFinish(nullptr), KEL_STREAM_OUTPUT_FAILED);
   EXPECT_EQ(KelStreamSkippedCount(nullptr), 0u);
@@ -645,7 +674,10 @@ TEST(StreamCInterface, SkipCountAndAWriteFunctionThatRefuses) {
   std::string output;
   KelStreamConverter* stream =
       KelStreamCreate(KelCS_UTF8, KelCS_ISO_8859_1, KEL_STREAM_SKIP, appendTo, &output);
-  KelStreamConvert(stream, "x\xE2\x82\xAC" "y", 5);
+  KelStreamConvert(stream,
+                   "x\xE2\x82\xAC"
+                   "y",
+                   5);
   KelStreamFinish(stream);
   EXPECT_EQ(output, "xy");
   EXPECT_EQ(KelStreamSkippedCount(stream), 1u);
@@ -667,8 +699,8 @@ class ShiftConverter : public KelCharSetConverter {
   size_t getNumUnits(void const* src, size_t srcBytes) override {
     return src == nullptr ? 0 : strnlen(static_cast<const char*>(src), srcBytes);
   }
-  size_t toUTF16(wchar16* dst, void const* src, size_t dstUnits, ILLCHAR_OPTYPE op,
-                 bool* illegal, int) override {
+  size_t toUTF16(wchar16* dst, void const* src, size_t dstUnits, ILLCHAR_OPTYPE op, bool* illegal,
+                 int) override {
     const auto* in = static_cast<const unsigned char*>(src);
     if (illegal != nullptr) *illegal = false;
     size_t n = 0;

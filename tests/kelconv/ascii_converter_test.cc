@@ -20,7 +20,8 @@ Decoded decode(const std::string& bytes, ILLCHAR_OPTYPE op, size_t room = 64) {
   wchar16 units[260];
   EXPECT_LT(room, sizeof units / sizeof units[0]);
   bool illegal = false;
-  const size_t count = AsciiConverter::instance().toUTF16(units, bytes.c_str(), room, op, &illegal, -1);
+  const size_t count =
+      AsciiConverter::instance().toUTF16(units, bytes.c_str(), room, op, &illegal, -1);
   EXPECT_EQ(units[count], 0) << "terminator";
   return {std::u16string(units, count), illegal};
 }
@@ -34,7 +35,8 @@ Encoded encode(const std::u16string& units, ILLCHAR_OPTYPE op, size_t room = 64)
   char bytes[80];
   EXPECT_LT(room, sizeof bytes);
   bool illegal = false;
-  const size_t count = AsciiConverter::instance().fromUTF16(bytes, units.c_str(), room, op, &illegal);
+  const size_t count =
+      AsciiConverter::instance().fromUTF16(bytes, units.c_str(), room, op, &illegal);
   EXPECT_EQ(bytes[count], 0) << "terminator";
   return {std::string(bytes, count), illegal};
 }
@@ -52,9 +54,20 @@ TEST(AsciiConverter, ReadsSevenBitBytesAsThemselves) {
 }
 
 TEST(AsciiConverter, AnEightBitByteIsInvalid) {
-  EXPECT_EQ(decode("a\xE9" "b", ILLCHAR_REPLACE).units, u"a\uFFFDb");
-  EXPECT_TRUE(decode("a\xE9" "b", ILLCHAR_REPLACE).illegal);
-  EXPECT_EQ(decode("a\x80" "b", ILLCHAR_STOP).units, u"a");
+  EXPECT_EQ(decode("a\xE9"
+                   "b",
+                   ILLCHAR_REPLACE)
+                .units,
+            u"a\uFFFDb");
+  EXPECT_TRUE(decode("a\xE9"
+                     "b",
+                     ILLCHAR_REPLACE)
+                  .illegal);
+  EXPECT_EQ(decode("a\x80"
+                   "b",
+                   ILLCHAR_STOP)
+                .units,
+            u"a");
   EXPECT_EQ(decode("abc", ILLCHAR_STOP, 2).units, u"ab");
 }
 
@@ -79,7 +92,10 @@ TEST(AsciiConverter, SizesAndCounts) {
   EXPECT_EQ(ascii.getMinUnitSize(), 1u);
   EXPECT_EQ(ascii.getMaxUnitSize(), 1u);
   EXPECT_EQ(ascii.getNullCharSize(), 1u);
-  EXPECT_EQ(ascii.getNumUnits("abc\xE9" "d", static_cast<size_t>(-1)), 3u);
+  EXPECT_EQ(ascii.getNumUnits("abc\xE9"
+                              "d",
+                              static_cast<size_t>(-1)),
+            3u);
   EXPECT_EQ(ascii.getNumBytes(u"ab\u00E9", static_cast<size_t>(-1)), 3u);
   EXPECT_EQ(ascii.toUTF16(nullptr, "a", 1, ILLCHAR_STOP, nullptr, -1), 0u);
 }

@@ -5,7 +5,6 @@
 // the old file as it was, and no temporary file is left behind. Standard
 // output that is one of the inputs is refused.
 #include <gtest/gtest.h>
-
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -169,9 +168,11 @@ TEST(KelconvInPlace, AnInterruptedRunLeavesTheOldFileAndNoTemporary) {
   const std::string output = folder.file("output");
   writeFile(output, "the old text\n");
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    kelulib_test::ChildProcess child({KELCONV_PROGRAM, "-f", "LATIN1", "-t", "UTF-8", "-o", output});
+    kelulib_test::ChildProcess child(
+        {KELCONV_PROGRAM, "-f", "LATIN1", "-t", "UTF-8", "-o", output});
     const std::string chunk(64 * 1024, 'a');
-    for (int i = 0; i < 8; ++i) ASSERT_EQ(::write(child.input(), chunk.data(), chunk.size()), 65536);
+    for (int i = 0; i < 8; ++i)
+      ASSERT_EQ(::write(child.input(), chunk.data(), chunk.size()), 65536);
     // The temporary file is there, and growing.
     for (int wait = 0; wait < 200 && folder.names().size() < 2; ++wait) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -190,7 +191,9 @@ TEST(KelconvInPlace, AnInterruptedRunLeavesTheOldFileAndNoTemporary) {
 TEST(KelconvInput, AFileThatShrinksWhileItIsReadIsAReadError) {
   Folder folder;
   const std::string input = folder.file("input");
-  const std::string line = "caf\xE9 cr\xE8me br\xFBl\xE9" "e\n";
+  const std::string line =
+      "caf\xE9 cr\xE8me br\xFBl\xE9"
+      "e\n";
   std::string text;
   while (text.size() < 16 * 1024 * 1024) text += line;
   writeFile(input, text);
@@ -237,9 +240,10 @@ TEST(KelconvInPlace, StandardOutputThatIsAnInputIsRefused) {
     const CommandResult result = kelulib_test::runCommand({"/bin/sh", "-c", command});
     EXPECT_EQ(result.exitStatus, 2);
     const std::string named = input == "-" ? "(standard input)" : text;
-    EXPECT_EQ(result.err, "kelconv: " + named +
-                              ": is also standard output, which would overwrite what is still to be "
-                              "read; give another output, or -o to convert it in place\n");
+    EXPECT_EQ(result.err,
+              "kelconv: " + named +
+                  ": is also standard output, which would overwrite what is still to be "
+                  "read; give another output, or -o to convert it in place\n");
     EXPECT_EQ(kelconv_test::readFile(text), kLatin1);
   }
 }

@@ -6,7 +6,6 @@
 // glibc's iconv, run beside where it agrees (kelconv_iconv_test.cc compares
 // whole texts).
 #include <gtest/gtest.h>
-
 #include <stdlib.h>
 
 #include <algorithm>
@@ -86,7 +85,12 @@ TEST(KelconvByteOrder, BigEndianInputCutAnywhereInLargeInput) {
 
 TEST(KelconvByteOrder, UnmarkedForms) {
   // UTF-16LE and UTF-16BE never read or write a mark: U+FEFF is a character.
-  expectConverts({"-f", "UTF-16LE", "-t", "UTF-8"}, std::string("\xFF\xFE" "a\0", 4), "\xEF\xBB\xBF" "a");
+  expectConverts({"-f", "UTF-16LE", "-t", "UTF-8"},
+                 std::string("\xFF\xFE"
+                             "a\0",
+                             4),
+                 "\xEF\xBB\xBF"
+                 "a");
   expectConverts({"-f", "UTF-8", "-t", "UTF-16BE"}, "\xEF\xBB\xBF", "\xFE\xFF");
 }
 
@@ -96,7 +100,8 @@ TEST(KelconvByteOrder, AMarkChoosesTheOrderOfUtf16AndIsNotCopied) {
   expectConverts({"-f", "UTF-16", "-t", "UTF-8"}, kUtf16Le, kUtf8);  // none: the machine's
   // A second mark is a character.
   expectConverts({"-f", "UTF-16", "-t", "UTF-8"}, std::string("\xFE\xFF\xFE\xFF\0a", 6),
-                 "\xEF\xBB\xBF" "a");
+                 "\xEF\xBB\xBF"
+                 "a");
   // Shorter than a mark.
   expectConverts({"-f", "UTF-16", "-t", "UTF-8"}, "\xFE", "\xEF\xBF\xBD");
   expectConverts({"-f", "UTF-16", "-t", "UTF-8"}, "", "");
@@ -127,11 +132,13 @@ TEST(KelconvByteOrder, Utf16AndUtf32OutputStartsWithAMarkInTheMachinesOrder) {
 }
 
 TEST(KelconvByteOrder, TheOffsetOfAStopCountsTheMark) {
-  const CommandResult result = kelconv({"-f", "UTF-16", "-t", "LATIN1", "--strict"},
-                                       "\xFE\xFF" + reversedUnits(bytesOf(std::u16string(u"ab\u20AC")), 2));
+  const CommandResult result =
+      kelconv({"-f", "UTF-16", "-t", "LATIN1", "--strict"},
+              "\xFE\xFF" + reversedUnits(bytesOf(std::u16string(u"ab\u20AC")), 2));
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_EQ(result.out, "ab");
-  EXPECT_EQ(result.err, "kelconv: (standard input): offset 6: U+20AC cannot be converted to LATIN1\n");
+  EXPECT_EQ(result.err,
+            "kelconv: (standard input): offset 6: U+20AC cannot be converted to LATIN1\n");
 }
 
 // --- US-ASCII -------------------------------------------------------------------------------
@@ -176,11 +183,15 @@ TEST(KelconvGbk, ReadsBackWhatItWrites) {
 // --- -c, //IGNORE, //TRANSLIT -------------------------------------------------------------
 
 TEST(KelconvOmitting, MinusCLeavesOutWhatCannotBeConvertedAndEndsWithStatusOne) {
-  const CommandResult result = kelconv({"-c", "-f", "UTF-8", "-t", "LATIN1"}, "a\xFF" "b\xE2\x82\xAC" "c");
+  const CommandResult result = kelconv({"-c", "-f", "UTF-8", "-t", "LATIN1"},
+                                       "a\xFF"
+                                       "b\xE2\x82\xAC"
+                                       "c");
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_EQ(result.out, "abc");
-  EXPECT_EQ(result.err, "kelconv: (standard input): 2 characters could not be converted and were "
-                        "left out\n");
+  EXPECT_EQ(result.err,
+            "kelconv: (standard input): 2 characters could not be converted and were "
+            "left out\n");
 }
 
 TEST(KelconvOmitting, NothingLeftOutIsSuccess) {
@@ -200,7 +211,9 @@ TEST(KelconvOmitting, SilentKeepsTheStatusAndDropsTheWarning) {
 }
 
 TEST(KelconvOmitting, IgnoreSuffixIsMinusC) {
-  const CommandResult result = kelconv({"-f", "UTF-8", "-t", "latin1//ignore"}, "a\xE2\x82\xAC" "b");
+  const CommandResult result = kelconv({"-f", "UTF-8", "-t", "latin1//ignore"},
+                                       "a\xE2\x82\xAC"
+                                       "b");
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_EQ(result.out, "ab");
 }
@@ -212,8 +225,7 @@ TEST(KelconvTransliteration, WritesTheClosestTextElseAQuestionMark) {
                  "5\xC2\xA0\xE2\x82\xAC \xE4\xB8\xAD",
                  "\"naive\" - cafe... 5 EUR ?");
   // Only what the target lacks is transliterated.
-  expectConverts({"-f", "UTF-8", "-t", "LATIN1//TRANSLIT"}, "caf\xC3\xA9 \xC5\x91",
-                 "caf\xE9 o");
+  expectConverts({"-f", "UTF-8", "-t", "LATIN1//TRANSLIT"}, "caf\xC3\xA9 \xC5\x91", "caf\xE9 o");
 }
 
 TEST(KelconvTransliteration, WithIgnoreWhatNoTextIsKnownForIsLeftOut) {
@@ -233,12 +245,14 @@ TEST(KelconvSuffixes, AreCheckedAndBelongToTheTarget) {
   expectConverts({"-f", "UTF-8//", "-t", "LATIN1//"}, "ab", "ab");
   const CommandResult unknown = kelconv({"-f", "UTF-8", "-t", "LATIN1//FAST"}, "ab");
   EXPECT_EQ(unknown.exitStatus, 2);
-  EXPECT_EQ(unknown.err, "kelconv: unknown suffix '//FAST' in 'LATIN1//FAST' (TRANSLIT and "
-                         "IGNORE are known)\nTry 'kelconv --help' for more information.\n");
+  EXPECT_EQ(unknown.err,
+            "kelconv: unknown suffix '//FAST' in 'LATIN1//FAST' (TRANSLIT and "
+            "IGNORE are known)\nTry 'kelconv --help' for more information.\n");
   const CommandResult source = kelconv({"-f", "UTF-8//IGNORE", "-t", "LATIN1"}, "ab");
   EXPECT_EQ(source.exitStatus, 2);
-  EXPECT_EQ(source.err, "kelconv: '//IGNORE' applies to the output's set (-t), not to "
-                        "'UTF-8//IGNORE'\nTry 'kelconv --help' for more information.\n");
+  EXPECT_EQ(source.err,
+            "kelconv: '//IGNORE' applies to the output's set (-t), not to "
+            "'UTF-8//IGNORE'\nTry 'kelconv --help' for more information.\n");
   // A suffix alone: the operating system's set.
   setenv("LC_ALL", "C.UTF-8", 1);
   const CommandResult alone = kelconv({"-f", "UTF-8", "-t", "//TRANSLIT"}, "\xE2\x80\x9C");
@@ -257,8 +271,8 @@ TEST(KelconvNames, MessagesNameTheSetAsTyped) {
   const CommandResult invalid = kelconv({"-f", "utf8", "-t", "Latin-1", "--strict"}, "\xC3(");
   EXPECT_EQ(invalid.err,
             "kelconv: (standard input): offset 0: invalid or incomplete utf8 sequence 0xC3\n");
-  const CommandResult lacking = kelconv({"-f", "utf8", "-t", "Latin-1//TRANSLIT", "--strict"},
-                                        "\xE4\xB8\xAD");
+  const CommandResult lacking =
+      kelconv({"-f", "utf8", "-t", "Latin-1//TRANSLIT", "--strict"}, "\xE4\xB8\xAD");
   EXPECT_EQ(lacking.err,
             "kelconv: (standard input): offset 0: U+4E2D cannot be converted to Latin-1\n");
 }

@@ -4,7 +4,6 @@
 #include "tools/kelconv/transliteration.h"
 
 #include <gtest/gtest.h>
-
 #include <stdlib.h>
 
 #include <set>

@@ -30,7 +30,9 @@ AsciiConverter& AsciiConverter::instance() {
 size_t AsciiConverter::getNumUnits(void const* src, size_t srcBytes) {
   if (src == nullptr) return 0;
   const auto* in = static_cast<const unsigned char*>(src);
-  return asciiPrefix(in, srcBytes == static_cast<size_t>(-1) ? std::strlen(static_cast<const char*>(src)) : srcBytes);
+  return asciiPrefix(in, srcBytes == static_cast<size_t>(-1)
+                             ? std::strlen(static_cast<const char*>(src))
+                             : srcBytes);
 }
 
 size_t AsciiConverter::toUTF16(wchar16* dst, void const* src, size_t dstUnits, ILLCHAR_OPTYPE op,
@@ -67,8 +69,8 @@ size_t AsciiConverter::getNumBytes(wchar16 const* src, size_t srcUnits) {
   return n;
 }
 
-size_t AsciiConverter::fromUTF16(void* dst, wchar16 const* src, size_t dstBytes,
-                                 ILLCHAR_OPTYPE op, bool* illegal) {
+size_t AsciiConverter::fromUTF16(void* dst, wchar16 const* src, size_t dstBytes, ILLCHAR_OPTYPE op,
+                                 bool* illegal) {
   if (dst == nullptr || src == nullptr) return 0;
   if (illegal != nullptr) *illegal = false;
   auto* out = static_cast<unsigned char*>(dst);

@@ -45,8 +45,8 @@ namespace {
 
 std::wstring wide(const std::string& utf8) {
   if (utf8.empty()) return std::wstring();
-  const int size = MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()),
-                                       nullptr, 0);
+  const int size =
+      MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0);
   std::wstring text(static_cast<size_t>(size), L'\0');
   MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), &text[0], size);
   return text;
@@ -73,13 +73,13 @@ std::string systemMessage(DWORD code) {
       break;
   }
   char* text = nullptr;
-  FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
-                     FORMAT_MESSAGE_IGNORE_INSERTS,
-                 nullptr, code, 0, reinterpret_cast<char*>(&text), 0, nullptr);
+  FormatMessageA(
+      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+      nullptr, code, 0, reinterpret_cast<char*>(&text), 0, nullptr);
   std::string message = text != nullptr ? text : "error " + std::to_string(code);
   LocalFree(text);
-  while (!message.empty() && (message.back() == '\n' || message.back() == '\r' ||
-                              message.back() == '.')) {
+  while (!message.empty() &&
+         (message.back() == '\n' || message.back() == '\r' || message.back() == '.')) {
     message.pop_back();
   }
   return message;
@@ -315,8 +315,8 @@ MappedRead readMapped(std::FILE* stream,
   const auto size = static_cast<uint64_t>(status.st_size);
   for (uint64_t offset = 0; offset < size; offset += kMappedWindow) {
     const size_t length = static_cast<size_t>(std::min<uint64_t>(kMappedWindow, size - offset));
-    void* window = mmap(nullptr, length, PROT_READ, MAP_PRIVATE, descriptor,
-                        static_cast<off_t>(offset));
+    void* window =
+        mmap(nullptr, length, PROT_READ, MAP_PRIVATE, descriptor, static_cast<off_t>(offset));
     if (window == MAP_FAILED) {
       if (offset == 0) return MappedRead::kNotMapped;
       error = errno;

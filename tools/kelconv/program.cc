@@ -41,11 +41,13 @@ std::optional<CharSetArgument> charSetArgument(const std::string& typed, bool ta
   const std::string name = typed.substr(0, suffixes);
   for (size_t at = suffixes; at != std::string::npos;) {
     const size_t next = typed.find("//", at + 2);
-    const std::string suffix = upperCase(typed.substr(at + 2, next == std::string::npos ? next : next - at - 2));
+    const std::string suffix =
+        upperCase(typed.substr(at + 2, next == std::string::npos ? next : next - at - 2));
     at = next;
     if (suffix.empty()) continue;
     if (suffix != "TRANSLIT" && suffix != "IGNORE") {
-      error = "unknown suffix '//" + suffix + "' in '" + typed + "' (TRANSLIT and IGNORE are known)";
+      error =
+          "unknown suffix '//" + suffix + "' in '" + typed + "' (TRANSLIT and IGNORE are known)";
       return std::nullopt;
     }
     if (!target) {
@@ -99,7 +101,8 @@ const std::string* inputThatIsStandardOutput(const std::vector<std::string>& inp
 int convert(const Options& options) {
   std::string error;
   const std::optional<CharSetArgument> from = charSetArgument(options.from, false, error);
-  const std::optional<CharSetArgument> to = from ? charSetArgument(options.to, true, error) : std::nullopt;
+  const std::optional<CharSetArgument> to =
+      from ? charSetArgument(options.to, true, error) : std::nullopt;
   if (!from || !to) return usageError(error);
   if (options.addByteOrderMark && !isUnicodeForm(*to->endpoint.entry)) {
     return usageError("--bom needs UTF-8, UTF-16 or UTF-32 output, not " + to->endpoint.name);
