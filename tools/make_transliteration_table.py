@@ -31,6 +31,11 @@ import os
 import sys
 import unicodedata
 
+# The Unicode version of the committed table. Another Python may carry
+# another version of the database: the script then says so and exits with
+# status 77 (the test that compares the table with a fresh run skips).
+UNICODE_VERSION = "14.0.0"
+
 RANGES = [
     (0x00A0, 0x024F), (0x1E00, 0x1EFF), (0x2000, 0x206F), (0x2070, 0x209F),
     (0x20A0, 0x20CF), (0x2100, 0x218F), (0xFB00, 0xFB06), (0xFF01, 0xFF5E),
@@ -104,6 +109,10 @@ def main():
     if len(sys.argv) != 2:
         sys.exit(__doc__)
     out_dir = sys.argv[1]
+    if unicodedata.unidata_version != UNICODE_VERSION:
+        print(f"generator inputs missing: Python's Unicode database is "
+              f"{unicodedata.unidata_version}, the table's {UNICODE_VERSION}")
+        sys.exit(77)
     os.makedirs(out_dir, exist_ok=True)
     entries = table()
     lines = [
