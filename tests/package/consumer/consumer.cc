@@ -1,5 +1,6 @@
 // Uses the library the way a C++ user does: one header, a converter by id,
-// a dynamic_cast across the library boundary, and a flat function.
+// a dynamic_cast across the library boundary, a flat function and the
+// classes' constants.
 #include <KelULib.h>
 
 #include <cstdio>
@@ -21,6 +22,14 @@ int main() {
   if (UTF8ToLocal(cp1252, "\xE2\x82\xAC", sizeof cp1252, KelCS_WCP1252) != 1 ||
       std::strcmp(cp1252, "\x80") != 0) {
     std::puts("UTF8ToLocal of the euro sign to 1252 did not give 0x80");
+    ++failures;
+  }
+  // The classes' constants, bound by reference: the program links them (on
+  // Windows, KelULibDll.dll exports them as data).
+  const unsigned int& utf32Max = KelUChar::UTF32_MAX;
+  const size_t& localCapacity = KelUString::kLocalCapacity;
+  if (utf32Max != 0x10FFFF || localCapacity != 257 || KelUChar::UTF16_MAX != 0xFFFF) {
+    std::puts("the class constants have other values");
     ++failures;
   }
   if (failures == 0) std::puts("consumer_cpp: ok");
