@@ -2,16 +2,17 @@
 # include(CPack) in a Windows build: `cpack` then makes
 # kelulib-VERSION-win64.zip of what `cmake --install` installs (bin/
 # KelULibDll.dll and kelconv.exe, lib/ the import library and the CMake
-# package, include/ the headers), plus the runtime DLLs of mingw-w64's
-# compiler that the two need, beside them in bin/, and kelconv's manual
-# page as text with Windows line ends.
+# package, include/ the headers, share/doc/kelulib/ the licence), plus the
+# runtime DLLs of mingw-w64's compiler that the two need, beside them in
+# bin/, and kelconv's manual page as text with Windows line ends.
 
 set(CPACK_GENERATOR ZIP)
 set(CPACK_SYSTEM_NAME win64)
 
 # The DLLs that KelULibDll.dll and kelconv.exe load besides Windows' own
 # (cmake/KelWindows.cmake found them).
-install(FILES ${KELULIB_MINGW_RUNTIME_DLLS} DESTINATION "${CMAKE_INSTALL_BINDIR}")
+install(FILES ${KELULIB_MINGW_RUNTIME_DLLS} DESTINATION "${CMAKE_INSTALL_BINDIR}"
+        COMPONENT runtime)
 
 if(TARGET kelconv)
   find_program(KELULIB_GROFF groff)
@@ -28,5 +29,7 @@ if(TARGET kelconv)
     COMMENT "Writing kelconv's manual page as text"
     VERBATIM)
   add_custom_target(kelconv_manual_text ALL DEPENDS "${manual_text}")
-  install(FILES "${manual_text}" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+  # Beside the licence.
+  install(FILES "${manual_text}" DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/kelulib"
+          COMPONENT kelconv)
 endif()

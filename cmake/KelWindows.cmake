@@ -30,3 +30,17 @@ endif()
 # processors that have AVX), which keeps the run-time chosen AVX2 and
 # AVX-512 kernels safe whatever the compiler spills.
 add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-Wa,-muse-unaligned-vector-move>")
+
+# GoogleTest's sources, which a Windows build compiles with the
+# cross-compiler for its tests (cmake/KelWindowsTests.cmake).
+set(KELULIB_GOOGLETEST_SOURCE_DIR "/usr/src/googletest" CACHE PATH
+    "GoogleTest's sources (Debian package googletest)")
+
+# kelulib_not_on_windows(<test name pattern> <reason>)
+# Records a test of the Linux presets that has no run here, with the reason
+# that the summary of a test run prints (cmake/TestSummary.cmake).
+set(KELULIB_NOT_ON_WINDOWS_FILE "${PROJECT_BINARY_DIR}/tests-not-run-on-windows.txt")
+file(WRITE "${KELULIB_NOT_ON_WINDOWS_FILE}" "")
+function(kelulib_not_on_windows pattern reason)
+  file(APPEND "${KELULIB_NOT_ON_WINDOWS_FILE}" "${pattern}\t${reason}\n")
+endfunction()

@@ -42,8 +42,9 @@ foreach(entry IN ITEMS
     "bin/libwinpthread-1.dll"
     "lib/libKelULibDll.dll.a"
     "lib/cmake/KelULib/KelULibConfig.cmake"
-    "KelULib.h"
-    "share/doc/KelULib/kelconv.txt")
+    "include/KelULib.h"
+    "share/doc/kelulib/kelconv.txt"
+    "share/doc/kelulib/LICENSE")
   string(FIND "${listing}" "${entry}" at)
   if(at EQUAL -1)
     message(FATAL_ERROR "${zip} lacks ${entry}")
@@ -59,7 +60,7 @@ endif()
 set(root "${WORK_DIR}/unpacked/${top}")
 
 # The manual page is text with Windows line ends.
-file(READ "${root}/share/doc/KelULib/kelconv.txt" manual HEX)
+file(READ "${root}/share/doc/kelulib/kelconv.txt" manual HEX)
 string(REGEX REPLACE "([0-9a-f][0-9a-f])" "\\1 " manual "${manual}")
 string(REGEX MATCHALL "0a " line_ends "${manual}")
 string(REGEX MATCHALL "0d 0a " windows_line_ends "${manual}")
@@ -99,12 +100,10 @@ foreach(program IN ITEMS consumer_cpp consumer_c)
   message("${output}")
 endforeach()
 
-# The C consumer with nothing but the compiler and -lKelULibDll.
-file(GLOB_RECURSE header "${root}/include/*/KelULib.h" "${root}/include/KelULib.h")
-list(GET header 0 header)
-get_filename_component(include_dir "${header}" DIRECTORY)
+# The C consumer with nothing but the compiler, the include root and
+# -lKelULibDll.
 set(plain "${WORK_DIR}/consumer_c_plain.exe")
-run(ignored "${C_COMPILER}" "${CONSUMER_SOURCE_DIR}/consumer.c" "-I${include_dir}" "-L${root}/lib"
+run(ignored "${C_COMPILER}" "${CONSUMER_SOURCE_DIR}/consumer.c" "-I${root}/include" "-L${root}/lib"
     -lKelULibDll -o "${plain}")
 run(output ${wine} "${plain}")
 message("${output}")

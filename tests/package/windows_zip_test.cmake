@@ -18,5 +18,7 @@ add_test(NAME package.windows_zip
 set_tests_properties(package.windows_zip PROPERTIES
   TIMEOUT 600 RUN_SERIAL TRUE FIXTURES_REQUIRED wine)
 
-kelulib_not_on_windows("package.consumer, package.cpack_archives"
+kelulib_not_on_windows("package.consumer, package.cpack_archives, package.debian"
   "test the Linux packages (tarball, .deb, pkg-config); package.windows_zip tests the Windows ZIP")
+kelulib_not_on_windows("package.exported_symbols"
+  "an ELF library's version script; a DLL exports only what is marked for export")
