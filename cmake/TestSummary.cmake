@@ -21,9 +21,13 @@ function(padded text width variable)
   set(${variable} "${text}" PARENT_SCOPE)
 endfunction()
 
-# XML text as written: gtest escapes these.
+# A message as the test wrote it: the quotes and semicolons that the reading
+# of the report hid, and XML's entities.
 function(unescape text variable)
-  string(REPLACE "&quot;" "\"" text "${text}")
+  string(ASCII 1 quote)
+  string(ASCII 2 semicolon)
+  string(REPLACE "${quote}" "\"" text "${text}")
+  string(REPLACE "${semicolon}" ";" text "${text}")
   string(REPLACE "&apos;" "'" text "${text}")
   string(REPLACE "&lt;" "<" text "${text}")
   string(REPLACE "&gt;" ">" text "${text}")
@@ -59,9 +63,16 @@ foreach(marker IN LISTS started)
   foreach(report IN LISTS reports)
     file(READ "${report}" xml)
     # One list item per case start, failure and skip, in document order.
+    # A quote of the text stands in for itself by a control character until
+    # the attributes are taken apart; the other entities wait till then too.
+    string(ASCII 1 quote)
+    string(REPLACE "&quot;" "${quote}" xml "${xml}")
     string(REPLACE "&#x0A;" "\n" xml "${xml}")
     string(REPLACE "&#x0D;" "" xml "${xml}")
-    string(REPLACE ";" "," xml "${xml}")
+    # Nor may a ';' of the text separate list items, nor an unmatched
+    # bracket join them.
+    string(ASCII 2 semicolon)
+    string(REPLACE ";" "${semicolon}" xml "${xml}")
     string(REPLACE "[" "(" xml "${xml}")
     string(REPLACE "]" ")" xml "${xml}")
     string(REGEX MATCHALL "<testcase [^>]*>|<failure message=\"[^\"]*\"|<skipped message=\"[^\"]*\""

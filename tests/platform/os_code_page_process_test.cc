@@ -70,11 +70,19 @@ ChildResult runChild(const std::vector<std::string>& args, const Environment&,
   return result;
 }
 
-// The ANSI code page the test run meant to give this process tree, or this
-// process's own when it names none.
+// The ANSI code page of the system's locale, which a child without a
+// manifest of its own has (this process may have UTF-8 from its manifest).
+int systemAnsiCodePage() {
+  wchar_t text[8] = {};
+  GetLocaleInfoW(LOCALE_SYSTEM_DEFAULT, LOCALE_IDEFAULTANSICODEPAGE, text, 8);
+  return _wtoi(text);
+}
+
+// The ANSI code page the test run meant to give this process tree, or the
+// system's when it names none.
 int expectedAnsiCodePage() {
   const char* named = std::getenv("KELULIB_EXPECTED_CODE_PAGE");
-  return named != nullptr && *named != '\0' ? std::atoi(named) : static_cast<int>(GetACP());
+  return named != nullptr && *named != '\0' ? std::atoi(named) : systemAnsiCodePage();
 }
 
 constexpr const char* kWindowsReadsGetAcp =
@@ -260,10 +268,9 @@ TEST(OsCodePageProcess, OsDefaultIsUtf8WhereTheManifestAsksForIt) {
 
 TEST(OsCodePageProcess, Windows1252PathsEscapeAndComeBack) {
 #if defined(_WIN32)
-  if (GetACP() != 1252) {
-    GTEST_SKIP() << "needs the ANSI code page 1252 (the run with LC_ALL=en_US.UTF-8 has it); "
-                    "this one is "
-                 << GetACP();
+  if (systemAnsiCodePage() != 1252) {
+    GTEST_SKIP() << "needs the ANSI code page 1252 for the child, which the runs under "
+                    "LC_ALL=en_US.UTF-8 give";
   }
 #endif
   const ChildResult result = runChild({"path-1252"}, {{"LC_ALL", "en_US.CP1252"}});
