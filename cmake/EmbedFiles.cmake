@@ -55,11 +55,5 @@ ${entries}    {nullptr, nullptr, 0},
 };
 ")
 
-# Rewrite only on change so that dependants are not rebuilt needlessly.
-if(EXISTS "${OUTPUT}")
-  file(READ "${OUTPUT}" previous)
-  if(previous STREQUAL content)
-    return()
-  endif()
-endif()
-file(WRITE "${OUTPUT}" "${content}")
+include("${CMAKE_CURRENT_LIST_DIR}/WriteIfChanged.cmake")
+kel_write_if_changed("${OUTPUT}" "${content}")

@@ -159,6 +159,7 @@ struct LastAnswers {
   }
 };
 
+// `bytes` (at most eight) as a number, read little-endian or big-endian.
 uint64_t valueOf(const std::string& bytes, bool littleEndian) {
   uint64_t value = 0;
   for (size_t i = 0; i < bytes.size(); ++i) {
@@ -253,12 +254,7 @@ OracleAnswer readAnswer(Reader& in, const LastAnswers* last = nullptr) {
 
 // An input of up to four bytes as a number: big-endian or little-endian.
 uint32_t numberOf(const std::string& input, bool littleEndian) {
-  uint32_t value = 0;
-  for (size_t i = 0; i < input.size(); ++i) {
-    const size_t at = littleEndian ? input.size() - 1 - i : i;
-    value = value << 8 | static_cast<unsigned char>(input[at]);
-  }
-  return value;
+  return static_cast<uint32_t>(valueOf(input, littleEndian));
 }
 
 uint32_t reversedBytes(uint32_t value, size_t length) {
