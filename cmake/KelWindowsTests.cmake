@@ -1,6 +1,6 @@
 # How the tests build and run in a Windows build (cross-built with
-# mingw-w64, run under Wine). Included from tests/CMakeLists.txt in place of
-# find_package(GTest).
+# mingw-w64, run under Wine). Included at the top of tests/CMakeLists.txt in
+# place of find_package(GTest).
 #
 # - GoogleTest is built from Debian's sources (package googletest) with the
 #   cross-compiler; nothing is downloaded.
@@ -74,13 +74,25 @@ function(kelulib_add_wine_gtest)
 endfunction()
 
 # gtest_discover_tests as the test CMakeLists call it, redefined: the
-# program is one test named after it. Programs labelled "concurrency" start
-# cold in every case, so each case runs in a process of its own; so do the
-# cases named in KELULIB_SEPARATE_CASES_<program>.
+# program is one test named after it (with TEST_FILTER, the cases it
+# selects; a second registration of a program is named after its filter).
+# Programs labelled "concurrency" start cold in every case, so each case
+# runs in a process of its own; so do the cases named in
+# KELULIB_SEPARATE_CASES_<program>.
 function(gtest_discover_tests target)
   cmake_parse_arguments(arg "NO_PRETTY_TYPES;NO_PRETTY_VALUES"
     "TEST_PREFIX;TEST_SUFFIX;WORKING_DIRECTORY;TEST_LIST;DISCOVERY_TIMEOUT;XML_OUTPUT_DIR;DISCOVERY_MODE;TEST_FILTER"
     "EXTRA_ARGS;PROPERTIES" ${ARGN})
+  set(name "${target}")
+  get_property(registered GLOBAL PROPERTY KELULIB_WINE_GTEST_PROGRAMS)
+  if(arg_TEST_FILTER)
+    list(APPEND arg_EXTRA_ARGS "--gtest_filter=${arg_TEST_FILTER}")
+    if(target IN_LIST registered)
+      string(MAKE_C_IDENTIFIER "${arg_TEST_FILTER}" filter_name)
+      set(name "${target}.${filter_name}")
+    endif()
+  endif()
+  set_property(GLOBAL APPEND PROPERTY KELULIB_WINE_GTEST_PROGRAMS "${target}")
   set(separate "${KELULIB_SEPARATE_CASES_${target}}")
   list(FIND arg_PROPERTIES LABELS labels_at)
   if(labels_at GREATER -1)
@@ -90,7 +102,7 @@ function(gtest_discover_tests target)
       set(separate "*")
     endif()
   endif()
-  kelulib_add_wine_gtest(NAME "${target}" TARGET "${target}" ARGS ${arg_EXTRA_ARGS}
+  kelulib_add_wine_gtest(NAME "${name}" TARGET "${target}" ARGS ${arg_EXTRA_ARGS}
                          SEPARATE "${separate}" PROPERTIES ${arg_PROPERTIES})
 endfunction()
 
