@@ -1,7 +1,8 @@
 # Runs a GoogleTest program, through EMULATOR (Wine) when given, with ARGS,
 # and writes gtest's XML report to REPORT.xml. The cases that the gtest
 # filter SEPARATE matches ("*": all) run afterwards, each in a process of its
-# own (they need a cold start), their reports REPORT.1.xml, REPORT.2.xml...
+# own (they need a cold start), their reports REPORT.case-1.xml,
+# REPORT.case-2.xml...
 # Fails when any run fails.
 #   cmake -DPROGRAM=<exe> [-DEMULATOR=<cmd;args>] [-DARGS=<a;b>] [-DSEPARATE=<filter>]
 #         -DREPORT=<path without extension> -P RunTestProgram.cmake
@@ -14,7 +15,7 @@ endif()
 
 get_filename_component(report_dir "${REPORT}" DIRECTORY)
 get_filename_component(report_name "${REPORT}" NAME)
-file(GLOB old_reports "${REPORT}.xml" "${REPORT}.*.xml")
+file(GLOB old_reports "${REPORT}.xml" "${REPORT}.case-*.xml")
 if(old_reports)
   file(REMOVE ${old_reports})
 endif()
@@ -64,7 +65,7 @@ else()
   set(index 0)
   foreach(case IN LISTS cases)
     math(EXPR index "${index} + 1")
-    run_once("${REPORT}.${index}.xml" "--gtest_filter=${case}")
+    run_once("${REPORT}.case-${index}.xml" "--gtest_filter=${case}")
   endforeach()
 endif()
 
