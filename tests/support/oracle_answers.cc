@@ -541,9 +541,10 @@ OracleAnswer kept(const OracleAnswer& answer, OracleNeed need, const std::string
 
 }  // namespace
 
-OracleChannel::OracleChannel(std::string name) : m_name(std::move(name)), m_table(new Table) {}
+OracleChannel::OracleChannel(std::string name)
+    : m_name(std::move(name)), m_table(std::make_unique<Table>()) {}
 
-OracleChannel::~OracleChannel() { delete m_table; }
+OracleChannel::~OracleChannel() = default;
 
 OracleChannel& OracleChannel::named(const std::string& name) {
   std::unique_ptr<OracleChannel>& channel = channels().byName[name];

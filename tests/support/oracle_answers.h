@@ -14,6 +14,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -82,16 +83,16 @@ class OracleChannel {
   OracleChannel(const OracleChannel&) = delete;
   OracleChannel& operator=(const OracleChannel&) = delete;
 
+ private:
   class Table;
 
- private:
   explicit OracleChannel(std::string name);
   void loadOnce();
 
   std::string m_name;
   bool m_loaded = false;
   bool m_fileFound = false;
-  Table* m_table;
+  std::unique_ptr<Table> m_table;
   Live m_live;
   bool m_changed = false;
 };
