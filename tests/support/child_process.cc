@@ -125,11 +125,19 @@ HANDLE start(const std::vector<std::string>& argv, HANDLE in, HANDLE out, HANDLE
   startup.hStdError = err;
   PROCESS_INFORMATION process{};
   std::wstring line = commandLine(argv);
-  if (!CreateProcessW(programPath(argv[0]).c_str(), line.data(), nullptr, nullptr, TRUE, 0,
-                      nullptr, nullptr, &startup, &process)) {
-    std::fprintf(stderr, "CreateProcessW(%s) failed: error %lu\n", argv[0].c_str(),
-                 GetLastError());
-    return nullptr;
+  // Wine now and then fails to start a process with an internal error when
+  // the machine is busy; such a start is tried again a few times.
+  for (int attempt = 1;; ++attempt) {
+    if (CreateProcessW(programPath(argv[0]).c_str(), line.data(), nullptr, nullptr, TRUE, 0,
+                       nullptr, nullptr, &startup, &process)) {
+      break;
+    }
+    const DWORD error = GetLastError();
+    if (error != ERROR_INTERNAL_ERROR || attempt == 5) {
+      std::fprintf(stderr, "CreateProcessW(%s) failed: error %lu\n", argv[0].c_str(), error);
+      return nullptr;
+    }
+    Sleep(200);
   }
   CloseHandle(process.hThread);
   return process.hProcess;
