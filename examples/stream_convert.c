@@ -10,6 +10,10 @@
 #include <KelULib.h>
 #include <stdio.h>
 #include <stdlib.h>
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#endif
 
 /* Receives the converted bytes. */
 static int writeOut(void* context, const void* bytes, size_t size) {
@@ -26,6 +30,11 @@ int main(int argc, char** argv) {
   size_t got;
 
   if (stream == NULL) return 2;
+#if defined(_WIN32)
+  /* Bytes in and out as they are: no line-end translation, no end at ^Z. */
+  _setmode(_fileno(stdin), _O_BINARY);
+  _setmode(_fileno(stdout), _O_BINARY);
+#endif
   while (status == KEL_STREAM_OK && (got = fread(piece, 1, sizeof piece, stdin)) > 0) {
     status = KelStreamConvert(stream, piece, got);
   }

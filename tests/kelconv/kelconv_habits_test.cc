@@ -6,7 +6,6 @@
 // glibc's iconv, run beside where it agrees (kelconv_iconv_test.cc compares
 // whole texts).
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -138,7 +137,8 @@ TEST(KelconvByteOrder, TheOffsetOfAStopCountsTheMark) {
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_EQ(result.out, "ab");
   EXPECT_EQ(result.err,
-            "kelconv: (standard input): offset 6: U+20AC cannot be converted to LATIN1\n");
+            kelconv_test::textModeLines(
+                "kelconv: (standard input): offset 6: U+20AC cannot be converted to LATIN1\n"));
 }
 
 // --- US-ASCII -------------------------------------------------------------------------------
@@ -156,8 +156,10 @@ TEST(KelconvAscii, WhatItLacksFollowsThePolicy) {
   expectConverts({"-f", "ASCII", "-t", "UTF-8"}, "caf\xE9", "caf\xEF\xBF\xBD");
   const CommandResult result = kelconv({"-f", "ascii", "-t", "UTF-8", "--strict"}, "caf\xE9");
   EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_EQ(result.err,
-            "kelconv: (standard input): offset 3: invalid or incomplete ascii sequence 0xE9\n");
+  EXPECT_EQ(
+      result.err,
+      kelconv_test::textModeLines(
+          "kelconv: (standard input): offset 3: invalid or incomplete ascii sequence 0xE9\n"));
 }
 
 // --- GBK ------------------------------------------------------------------------------------
@@ -190,8 +192,9 @@ TEST(KelconvOmitting, MinusCLeavesOutWhatCannotBeConvertedAndEndsWithStatusOne) 
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_EQ(result.out, "abc");
   EXPECT_EQ(result.err,
-            "kelconv: (standard input): 2 characters could not be converted and were "
-            "left out\n");
+            kelconv_test::textModeLines(
+                "kelconv: (standard input): 2 characters could not be converted and were "
+                "left out\n"));
 }
 
 TEST(KelconvOmitting, NothingLeftOutIsSuccess) {
@@ -245,18 +248,18 @@ TEST(KelconvSuffixes, AreCheckedAndBelongToTheTarget) {
   expectConverts({"-f", "UTF-8//", "-t", "LATIN1//"}, "ab", "ab");
   const CommandResult unknown = kelconv({"-f", "UTF-8", "-t", "LATIN1//FAST"}, "ab");
   EXPECT_EQ(unknown.exitStatus, 2);
-  EXPECT_EQ(unknown.err,
-            "kelconv: unknown suffix '//FAST' in 'LATIN1//FAST' (TRANSLIT and "
-            "IGNORE are known)\nTry 'kelconv --help' for more information.\n");
+  EXPECT_EQ(unknown.err, kelconv_test::textModeLines(
+                             "kelconv: unknown suffix '//FAST' in 'LATIN1//FAST' (TRANSLIT and "
+                             "IGNORE are known)\nTry 'kelconv --help' for more information.\n"));
   const CommandResult source = kelconv({"-f", "UTF-8//IGNORE", "-t", "LATIN1"}, "ab");
   EXPECT_EQ(source.exitStatus, 2);
-  EXPECT_EQ(source.err,
-            "kelconv: '//IGNORE' applies to the output's set (-t), not to "
-            "'UTF-8//IGNORE'\nTry 'kelconv --help' for more information.\n");
+  EXPECT_EQ(source.err, kelconv_test::textModeLines(
+                            "kelconv: '//IGNORE' applies to the output's set (-t), not to "
+                            "'UTF-8//IGNORE'\nTry 'kelconv --help' for more information.\n"));
   // A suffix alone: the operating system's set.
-  setenv("LC_ALL", "C.UTF-8", 1);
+  kelulib_test::setEnvironmentVariable("LC_ALL", "C.UTF-8");
   const CommandResult alone = kelconv({"-f", "UTF-8", "-t", "//TRANSLIT"}, "\xE2\x80\x9C");
-  unsetenv("LC_ALL");
+  kelulib_test::setEnvironmentVariable("LC_ALL", nullptr);
   EXPECT_EQ(alone.exitStatus, 0);
   EXPECT_EQ(alone.out, "\xE2\x80\x9C");
 }
@@ -270,11 +273,13 @@ TEST(KelconvNames, LongOptionsWithEqualsSigns) {
 TEST(KelconvNames, MessagesNameTheSetAsTyped) {
   const CommandResult invalid = kelconv({"-f", "utf8", "-t", "Latin-1", "--strict"}, "\xC3(");
   EXPECT_EQ(invalid.err,
-            "kelconv: (standard input): offset 0: invalid or incomplete utf8 sequence 0xC3\n");
+            kelconv_test::textModeLines(
+                "kelconv: (standard input): offset 0: invalid or incomplete utf8 sequence 0xC3\n"));
   const CommandResult lacking =
       kelconv({"-f", "utf8", "-t", "Latin-1//TRANSLIT", "--strict"}, "\xE4\xB8\xAD");
   EXPECT_EQ(lacking.err,
-            "kelconv: (standard input): offset 0: U+4E2D cannot be converted to Latin-1\n");
+            kelconv_test::textModeLines(
+                "kelconv: (standard input): offset 0: U+4E2D cannot be converted to Latin-1\n"));
 }
 
 }  // namespace

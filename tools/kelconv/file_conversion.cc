@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -266,14 +265,6 @@ std::string codePointName(uint32_t character) {
   return name;
 }
 
-std::optional<uint64_t> regularFileSize(const std::string& name) {
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(name, error)) return std::nullopt;
-  const uintmax_t size = std::filesystem::file_size(name, error);
-  if (error) return std::nullopt;
-  return static_cast<uint64_t>(size);
-}
-
 OutputSink::Mark markFor(const ConversionJob& job) {
   if (job.to.entry->order == ByteOrder::kMarked) return OutputSink::Mark::kFirst;
   return job.addByteOrderMark ? OutputSink::Mark::kUnlessPresent : OutputSink::Mark::kNone;
@@ -314,7 +305,7 @@ class Run {
     if (standardInput) {
       useBinaryMode(stdin);
     } else {
-      opened.reset(std::fopen(input.c_str(), "rb"));
+      opened.reset(openFile(input, "rb"));
       if (!opened) {
         report(name + ": cannot open: " + std::strerror(errno));
         trouble();
