@@ -202,6 +202,11 @@ TEST(KelconvOptions, FileNamesInAnyScript) {
   EXPECT_EQ(result.exitStatus, 0) << result.err;
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(kelconv_test::readFileNamed(output), "caf\xC3\xA9\n");
+  // In place: the temporary beside it takes the name's place.
+  const CommandResult inPlace =
+      kelconv({"-f", "UTF-8", "-t", "UTF-16LE", "-o", output, output});
+  EXPECT_EQ(inPlace.exitStatus, 0) << inPlace.err;
+  EXPECT_EQ(kelconv_test::readFileNamed(output), bytesOf(std::u16string(u"caf\u00E9\n")));
   const CommandResult missing = kelconv({"-f", "LATIN1", "-t", "UTF-8", input + ".missing"});
   EXPECT_EQ(missing.err, textModeLines("kelconv: " + input +
                                        ".missing: cannot open: No such file or directory\n"));

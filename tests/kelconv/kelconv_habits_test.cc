@@ -256,12 +256,19 @@ TEST(KelconvSuffixes, AreCheckedAndBelongToTheTarget) {
   EXPECT_EQ(source.err, kelconv_test::textModeLines(
                             "kelconv: '//IGNORE' applies to the output's set (-t), not to "
                             "'UTF-8//IGNORE'\nTry 'kelconv --help' for more information.\n"));
-  // A suffix alone: the operating system's set.
+  // A suffix alone: the operating system's set (on Windows the ANSI code
+  // page, which under en_US is Windows-1252, where U+201C is 0x93).
+#if defined(_WIN32)
+  kelulib_test::setEnvironmentVariable("LC_ALL", "en_US.UTF-8");
+  const std::string quoteInTheSystemsSet = "\x93";
+#else
   kelulib_test::setEnvironmentVariable("LC_ALL", "C.UTF-8");
+  const std::string quoteInTheSystemsSet = "\xE2\x80\x9C";
+#endif
   const CommandResult alone = kelconv({"-f", "UTF-8", "-t", "//TRANSLIT"}, "\xE2\x80\x9C");
   kelulib_test::setEnvironmentVariable("LC_ALL", nullptr);
   EXPECT_EQ(alone.exitStatus, 0);
-  EXPECT_EQ(alone.out, "\xE2\x80\x9C");
+  EXPECT_EQ(alone.out, quoteInTheSystemsSet);
 }
 
 // --- Names as typed ---------------------------------------------------------------------------

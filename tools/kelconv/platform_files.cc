@@ -22,6 +22,8 @@
 #include <unistd.h>
 #endif
 
+#include "tools/kelconv/platform_streams.h"
+
 namespace kelconv {
 namespace {
 
@@ -42,25 +44,6 @@ std::string lastPartOf(const std::string& path) {
 #if defined(_WIN32)
 
 namespace {
-
-std::wstring wide(const std::string& utf8) {
-  if (utf8.empty()) return std::wstring();
-  const int size =
-      MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0);
-  std::wstring text(static_cast<size_t>(size), L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), &text[0], size);
-  return text;
-}
-
-std::string narrow(const std::wstring& text) {
-  if (text.empty()) return std::string();
-  const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                       nullptr, 0, nullptr, nullptr);
-  std::string utf8(static_cast<size_t>(size), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &utf8[0], size,
-                      nullptr, nullptr);
-  return utf8;
-}
 
 std::string systemMessage(DWORD code) {
   switch (code) {
@@ -123,7 +106,7 @@ void forgetTemporary() { g_hasTemporary.store(false); }
 }  // namespace
 
 FileIdentity identityOfFile(const std::string& name) {
-  const HANDLE handle = openForQuery(wide(name));
+  const HANDLE handle = openForQuery(wideName(name));
   if (handle == INVALID_HANDLE_VALUE) return FileIdentity();
   const FileIdentity identity = identityOfHandle(handle);
   CloseHandle(handle);
@@ -141,7 +124,7 @@ FileIdentity identityOfStream(std::FILE* stream) {
 }
 
 bool OutputFile::open(const std::string& name, std::string& error) {
-  std::wstring target = wide(name);
+  std::wstring target = wideName(name);
   // The file a symbolic link leads to, and whether it is a file on disk.
   bool onDisk = true;
   const HANDLE existing = openForQuery(target);
@@ -167,9 +150,9 @@ bool OutputFile::open(const std::string& name, std::string& error) {
     if (m_stream == nullptr) error = std::strerror(errno);
     return m_stream != nullptr;
   }
-  const std::string targetName = narrow(target);
-  const std::wstring folder = wide(folderOf(targetName));
-  const std::wstring prefix = folder + L"\\." + wide(lastPartOf(targetName)) + L".kelconv-";
+  const std::string targetName = utf8Name(target);
+  const std::wstring folder = wideName(folderOf(targetName));
+  const std::wstring prefix = folder + L"\\." + wideName(lastPartOf(targetName)) + L".kelconv-";
   HANDLE handle = INVALID_HANDLE_VALUE;
   std::wstring temporary;
   for (unsigned attempt = 0; attempt < 100 && handle == INVALID_HANDLE_VALUE; ++attempt) {
@@ -196,8 +179,8 @@ bool OutputFile::open(const std::string& name, std::string& error) {
     return false;
   }
   rememberTemporary(temporary);
-  m_temporary = narrow(temporary);
-  m_target = narrow(target);
+  m_temporary = utf8Name(temporary);
+  m_target = utf8Name(target);
   return true;
 }
 
@@ -205,7 +188,7 @@ namespace {
 
 // Renames `temporary` over `target`; false with the system's message.
 bool replaceFile(const std::string& temporary, const std::string& target, std::string& error) {
-  if (MoveFileExW(wide(temporary).c_str(), wide(target).c_str(),
+  if (MoveFileExW(wideName(temporary).c_str(), wideName(target).c_str(),
                   MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0) {
     return true;
   }
@@ -213,7 +196,7 @@ bool replaceFile(const std::string& temporary, const std::string& target, std::s
   return false;
 }
 
-void removeFile(const std::string& name) { DeleteFileW(wide(name).c_str()); }
+void removeFile(const std::string& name) { DeleteFileW(wideName(name).c_str()); }
 
 }  // namespace
 
