@@ -22,8 +22,10 @@ KelCharSetConverterEUC_JP::~KelCharSetConverterEUC_JP() {
 
 void KelCharSetConverterEUC_JP::load() {
   KelCharSetConverterMBCS::load();
-  // Every conversion takes this lock after the first one, so none reads the
-  // JIS X 0208 tables while JIS X 0201 is being merged into them.
+  // The JIS X 0212 tables are published only after JIS X 0201 has been
+  // merged into the main ones, so a conversion that finds them published
+  // (and goes on without the lock) never reads the main tables mid-merge;
+  // one that does not waits here until the merge is done.
   kelulib::buildUnderLock(m_jis0212Lock, m_jis0212, [this]() -> Tables* {
     auto* supplementary = new (std::nothrow) Tables();
     if (supplementary != nullptr && supplementary->load(m_jis0212Name)) {

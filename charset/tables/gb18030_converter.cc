@@ -51,6 +51,7 @@ KelCharSetConverterGB18030::~KelCharSetConverterGB18030() {
 
 void KelCharSetConverterGB18030::load() {
   KelCharSetConverterMBCS::load();
+  if (kelulib::isPublished(m_gbToUnicodeIndex) && kelulib::isPublished(m_unicodeToGbIndex)) return;
   kelulib::ObjLockGuard guard(m_rangeLock);
   kelulib::buildIfMissing(m_gbToUnicodeIndex, [] {
     return kelulib::buildRangeIndex(kelulib::kGbToUnicodeRanges, kelulib::kGbToUnicodeIndexShape);
