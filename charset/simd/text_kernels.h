@@ -47,6 +47,18 @@ KelKernelRun utf8ToUtf16(const unsigned char* in, size_t count, wchar16* out);
 // bytes. Writes at most `room` bytes.
 KelKernelRun utf16ToUtf8(const wchar16* in, size_t count, unsigned char* out, size_t room);
 
+// True when utf16ToUtf8UpToZero converts text at `in` at the active level.
+bool utf16ToUtf8FindsZero(const wchar16* in);
+
+// As utf16ToUtf8, for a text whose run is not known in advance: converts up
+// to its first zero unit (not included) and at most `window` units, finding
+// the zero itself. It reads the text only in whole aligned 32-byte blocks
+// (never crossing into another page), so it may read the bytes of such a
+// block past the terminator, or before `in`, without using them. Returns
+// {0, 0} where utf16ToUtf8FindsZero is false.
+KelKernelRun utf16ToUtf8UpToZero(const wchar16* in, size_t window, unsigned char* out,
+                                 size_t room);
+
 // Bytes to the units `table` (256 entries) gives them. Stops before a byte
 // whose entry is 0. Writes at most `count` units.
 size_t mapBytesToUnits(const unsigned char* in, size_t count, const wchar16* table, wchar16* out);
