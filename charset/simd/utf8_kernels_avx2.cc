@@ -371,6 +371,25 @@ KELULIB_TARGET_AVX2 inline size_t storeLanesExactly(const KelEncodeConstants& k,
   return length;
 }
 
+KELULIB_TARGET_AVX2 inline uint32_t zeroUnitsOf(__m256i units) {
+  return static_cast<uint32_t>(
+      _mm256_movemask_epi8(_mm256_cmpeq_epi16(units, _mm256_setzero_si256())));
+}
+
+KELULIB_TARGET_AVX2 inline uint32_t surrogatesOf(const KelEncodeConstants& k, __m256i units) {
+  return static_cast<uint32_t>(_mm256_movemask_epi8(
+      _mm256_cmpeq_epi16(_mm256_and_si256(units, k.beyondTwo), k.surrogate)));
+}
+
+// The first lane from `first` on that holds a zero unit (`zeros`: their
+// mask) or a surrogate, or is not below `inWindow`; 16 for none.
+KELULIB_TARGET_AVX2 inline unsigned stopLane(const KelEncodeConstants& k, __m256i units,
+                                             unsigned first, unsigned inWindow, uint32_t zeros) {
+  const uint32_t stops =
+      ((zeros | surrogatesOf(k, units)) & laneBits(first, inWindow)) | ~lowBits32(2 * inWindow);
+  return stops != 0 ? static_cast<unsigned>(__builtin_ctz(stops)) / 2 : 16;
+}
+
 }  // namespace
 
 // Aligned blocks of sixteen units, from the one that holds `in` on; the
@@ -392,32 +411,39 @@ KelKernelRun utf16ToUtf8UpToZeroAvx2(const wchar16* in, size_t window, unsigned 
                             ? start + window * sizeof(wchar16)
                             : UINTPTR_MAX;
   uintptr_t block = start & ~(kBlock - 1);
-  unsigned first = static_cast<unsigned>(start - block) / sizeof(wchar16);
   size_t written = 0;
   KelOverrun overrun;
   auto unitsBefore = [start](uintptr_t at) { return (at - start) / sizeof(wchar16); };
-  while (block < end && room - written >= kUtf16BlockBytes) {
-    const __m256i units = loadAlignedBlock(block);
-    const auto zeros = static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi16(units, zero)));
+  // A block the text or the window does not fill, or one with a stop:
+  // lanes [first, ...) up to the first zero unit, surrogate or the window's
+  // end. Returns the lane it stopped at.
+  auto writeUpToStop = [&](const __m256i& units, unsigned first, uint32_t zeros) {
     const unsigned inWindow = end - block >= kBlock ? 16 : static_cast<unsigned>(end - block) / 2;
-    const uint32_t own = laneBits(first, inWindow);
-    // Lanes past a zero unit may lie past the text: nothing is decided on
-    // them (they are masked before any test).
-    bool exact = (zeros & own) != 0 || own != 0xFFFFFFFFu || room - written < kUtf16BlockRoom;
-    const auto surrogates = static_cast<uint32_t>(_mm256_movemask_epi8(
-        _mm256_cmpeq_epi16(_mm256_and_si256(units, k.beyondTwo), k.surrogate)));
-    if (!exact) exact = surrogates != 0;
-    if (exact) {
-      // Up to the first zero unit, surrogate or the window's end.
-      const uint32_t stops = ((zeros | surrogates) & own) | ~lowBits32(2 * inWindow);
-      const unsigned stop = stops != 0 ? static_cast<unsigned>(__builtin_ctz(stops)) / 2 : 16;
-      written += storeLanesExactly(k, units, first, stop, out + written);
-      overrun.restoreFrom(out + written);
-      if (stop < 16) return {unitsBefore(block + 2 * stop), written};
-      // A first block the text fills to its end: on with the next.
-      first = 0;
-      block += kBlock;
-      continue;
+    const unsigned stop = stopLane(k, units, first, inWindow, zeros);
+    written += storeLanesExactly(k, units, first, stop, out + written);
+    overrun.restoreFrom(out + written);
+    return stop;
+  };
+  if (room < kUtf16BlockBytes) return {0, 0};
+  if (block != start || end - block < kBlock) {
+    // The first block, from `in` on.
+    const __m256i units = loadAlignedBlock(block);
+    const unsigned first = static_cast<unsigned>(start - block) / sizeof(wchar16);
+    const unsigned stop = writeUpToStop(units, first, zeroUnitsOf(units));
+    if (stop < 16) return {unitsBefore(block + 2 * stop), written};
+    block += kBlock;
+  }
+  // Blocks wholly within the window, with room for a whole-register store.
+  // (Zero units are looked for through a bit mask: in a block that ends
+  // past the text, the mask's bits up to the terminator's are the text's,
+  // and memcheck follows them bit by bit; nothing else of such a block is
+  // tested before its stop is known.)
+  while (block < end && end - block >= kBlock && room - written >= kUtf16BlockRoom) {
+    const __m256i units = loadAlignedBlock(block);
+    const uint32_t zeros = zeroUnitsOf(units);
+    if (zeros != 0) {
+      const unsigned stop = writeUpToStop(units, 0, zeros);
+      return {unitsBefore(block + 2 * stop), written};
     }
     if (_mm256_testz_si256(units, k.beyondAscii)) {
       // ASCII: sixteen units, then 32 a round while they are.
@@ -427,15 +453,18 @@ KelKernelRun utf16ToUtf8UpToZeroAvx2(const wchar16* in, size_t window, unsigned 
       block += kBlock;
       overrun.covered();
       while (block < end && end - block >= 2 * kBlock && room - written >= kUtf16BlockRoom) {
-        // The second block is read only when the first holds no zero unit.
-        // (Zero units are looked for through a bit mask: in a block that
-        // ends past the text, the mask's bits up to the terminator's are
-        // the text's, and memcheck follows them bit by bit.)
+        // The second block is read only when the first is ASCII without a
+        // zero unit.
         const __m256i firstHalf = loadAlignedBlock(block);
-        if (_mm256_movemask_epi8(_mm256_cmpeq_epi16(firstHalf, zero)) != 0) break;
+        if (zeroUnitsOf(firstHalf) != 0 || !_mm256_testz_si256(firstHalf, k.beyondAscii)) break;
         const __m256i secondHalf = loadAlignedBlock(block + kBlock);
-        if (_mm256_movemask_epi8(_mm256_cmpeq_epi16(secondHalf, zero)) != 0) break;
-        if (!_mm256_testz_si256(_mm256_or_si256(firstHalf, secondHalf), k.beyondAscii)) break;
+        if (zeroUnitsOf(secondHalf) != 0 || !_mm256_testz_si256(secondHalf, k.beyondAscii)) {
+          store16(out + written, _mm_packus_epi16(_mm256_castsi256_si128(firstHalf),
+                                                  _mm256_extracti128_si256(firstHalf, 1)));
+          written += 16;
+          block += kBlock;
+          break;
+        }
         _mm256_storeu_si256(
             reinterpret_cast<__m256i*>(out + written),
             _mm256_permute4x64_epi64(_mm256_packus_epi16(firstHalf, secondHalf), 0xD8));
@@ -444,28 +473,39 @@ KelKernelRun utf16ToUtf8UpToZeroAvx2(const wchar16* in, size_t window, unsigned 
       }
       continue;
     }
+    // Stored whole in place; the bytes past the output are kept first, in
+    // case the kernel stops before the next block covers them.
     const __m256i oneByte = _mm256_cmpeq_epi16(_mm256_and_si256(units, k.beyondAscii), zero);
     const __m256i upToTwo = _mm256_cmpeq_epi16(_mm256_and_si256(units, k.beyondTwo), zero);
     const auto oneByteMask = static_cast<uint32_t>(_mm256_movemask_epi8(oneByte));
     const auto upToTwoMask = static_cast<uint32_t>(_mm256_movemask_epi8(upToTwo));
-    // Stored whole in place; the bytes past the output are kept first, in
-    // case the kernel stops before the next block covers them.
     if (upToTwoMask == 0xFFFFFFFFu) {
       const unsigned length = 32 - static_cast<unsigned>(__builtin_popcount(oneByteMask)) / 2;
       overrun.keepBefore(out + written + length);
       storeOneOrTwoByteUnits(k, units, oneByte, oneByteMask, out + written);
       written += length;
-    } else {
-      // Bit 2i for a single byte, bit 2i + 1 for one or two: unit i takes
-      // three bytes less the two bits.
-      const uint32_t lengths = (oneByteMask & 0x55555555u) | (upToTwoMask & 0xAAAAAAAAu);
-      overrun.keepBefore(out + written + 48 - __builtin_popcount(lengths));
-      written += storeOneToThreeByteUnits(k, units, upToTwo, lengths, out + written);
+      block += kBlock;
+      continue;
     }
+    if (surrogatesOf(k, units) != 0) {
+      const unsigned stop = writeUpToStop(units, 0, 0);
+      return {unitsBefore(block + 2 * stop), written};
+    }
+    // Bit 2i for a single byte, bit 2i + 1 for one or two: unit i takes
+    // three bytes less the two bits.
+    const uint32_t lengths = (oneByteMask & 0x55555555u) | (upToTwoMask & 0xAAAAAAAAu);
+    overrun.keepBefore(out + written + 48 - __builtin_popcount(lengths));
+    written += storeOneToThreeByteUnits(k, units, upToTwo, lengths, out + written);
     block += kBlock;
   }
+  if (block < end && room - written >= kUtf16BlockBytes) {
+    // A last block that the window or the room cuts.
+    const __m256i units = loadAlignedBlock(block);
+    const unsigned stop = writeUpToStop(units, 0, zeroUnitsOf(units));
+    return {unitsBefore(block + 2 * stop), written};
+  }
   overrun.restoreFrom(out + written);
-  return {block > start ? unitsBefore(block) : 0, written};
+  return {unitsBefore(block), written};
 }
 
 }  // namespace x86
