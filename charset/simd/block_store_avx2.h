@@ -1,4 +1,5 @@
-// Output of the AVX2 kernels, which build each group of units or bytes in a
+// What the AVX2 kernels share: small vector helpers, and their output,
+// which builds each group of units or bytes in a
 // 16-byte register and store it whole: the store also writes the bytes past
 // the group, which the next group's store then covers. Only what the
 // conversion outputs may change in the caller's buffer, so those bytes must
@@ -7,17 +8,73 @@
 // and puts it back if it stops before another block covers them. A block
 // after which the kernel stops is written exactly, through a scratch buffer.
 //
-// Only for the x86 kernel files (it needs nothing beyond SSE2 itself).
+// Only for the x86 kernel files; the helpers are compiled for AVX2 (their
+// callers must be too).
 #ifndef KELULIB_CHARSET_SIMD_BLOCK_STORE_AVX2_H_
 #define KELULIB_CHARSET_SIMD_BLOCK_STORE_AVX2_H_
 
 #include <immintrin.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+
+#include "charset/charset_id.h"
+#include "charset/simd/shuffle_tables.h"
+
+#define KELULIB_TARGET_AVX2 __attribute__((target("avx2,bmi,bmi2,popcnt")))
 
 namespace kelulib {
 namespace x86 {
+
+inline uint32_t lowBits32(unsigned count) {
+  return count >= 32 ? 0xFFFFFFFFu : (uint32_t{1} << count) - 1;
+}
+
+KELULIB_TARGET_AVX2 inline __m128i loadShuffle(const KelShuffleTable& table, unsigned mask) {
+  return _mm_load_si128(reinterpret_cast<const __m128i*>(table.entry[mask]));
+}
+
+// Two table entries as the two lanes of one 256-bit shuffle.
+KELULIB_TARGET_AVX2 inline __m256i loadShuffles(const KelShuffleTable& table, unsigned low,
+                                                unsigned high) {
+  return _mm256_inserti128_si256(_mm256_castsi128_si256(loadShuffle(table, low)),
+                                 loadShuffle(table, high), 1);
+}
+
+KELULIB_TARGET_AVX2 inline void store16(void* at, __m128i bytes) {
+  _mm_storeu_si128(static_cast<__m128i*>(at), bytes);
+}
+
+// A constant built once before a loop: the empty asm hides its value, so
+// that the compiler keeps it (in a register, or on the stack) instead of
+// building it again inside the loop.
+KELULIB_TARGET_AVX2 inline __m256i held(__m256i value) {
+  __asm__("" : "+x"(value));
+  return value;
+}
+
+// Stores the units of `values` (16 positions) at the positions `starts`
+// marks, together, with two 16-byte stores; returns how many.
+KELULIB_TARGET_AVX2 inline unsigned storeStartedUnits(__m256i values, uint32_t starts,
+                                                      wchar16* out) {
+  const unsigned low = starts & 0xFF;
+  const unsigned high = starts >> 8 & 0xFF;
+  const __m256i packed = _mm256_shuffle_epi8(values, loadShuffles(kUnitCompress, low, high));
+  const auto lowCount = static_cast<unsigned>(__builtin_popcount(low));
+  store16(out, _mm256_castsi256_si128(packed));
+  store16(out + lowCount, _mm256_extracti128_si256(packed, 1));
+  return lowCount + static_cast<unsigned>(__builtin_popcount(high));
+}
+
+KELULIB_TARGET_AVX2 inline void widen32(const unsigned char* in, wchar16* out) {
+  const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in));
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(out),
+                      _mm256_cvtepu8_epi16(_mm256_castsi256_si128(bytes)));
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 16),
+                      _mm256_cvtepu8_epi16(_mm256_extracti128_si256(bytes, 1)));
+}
+
 
 // The bytes that whole-register stores may have overwritten past the output
 // (at most 16, from `at` on), and what the buffer held there before.

@@ -99,6 +99,16 @@ KelKernelRun eucToUtf16(const unsigned char* in, size_t count, const uint16_t* u
   return x86::eucToUtf16Avx512(in, count, unitsOfCodes, out);
 }
 
+bool pairKernelsOn() {
+  return static_cast<int>(activeSimdLevel()) >= static_cast<int>(KelSimdLevel::kAvx2);
+}
+
+KelKernelRun pairsToUtf16(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
+                          const KelPairDecoding& decoding, wchar16* out) {
+  if (!pairKernelsOn()) return {0, 0};
+  return x86::pairsToUtf16Avx2(in, count, unitsOfCodes, decoding, out);
+}
+
 bool tableKernelsOn() { return avx512Active(); }
 
 #else  // No kernels: every conversion runs its plain code.
@@ -118,6 +128,11 @@ KelKernelRun mapUnitsToCodes(const wchar16*, size_t, const uint16_t*, unsigned, 
   return {0, 0};
 }
 KelKernelRun eucToUtf16(const unsigned char*, size_t, const uint16_t*, wchar16*) { return {0, 0}; }
+KelKernelRun pairsToUtf16(const unsigned char*, size_t, const uint16_t*, const KelPairDecoding&,
+                          wchar16*) {
+  return {0, 0};
+}
+bool pairKernelsOn() { return false; }
 bool tableKernelsOn() { return false; }
 
 #endif

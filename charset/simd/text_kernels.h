@@ -16,6 +16,7 @@
 #include <cstdint>
 
 #include "charset/charset_id.h"
+#include "charset/simd/pair_decoding.h"
 
 namespace kelulib {
 
@@ -85,7 +86,23 @@ KelKernelRun mapUnitsToCodes(const wchar16* in, size_t count, const uint16_t* co
 KelKernelRun eucToUtf16(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
                         wchar16* out);
 
-// True when the table kernels (mapUnitsToCodes, eucToUtf16) convert
+// Double-byte text as `decoding` describes it (see pair_decoding.h) to
+// UTF-16: bytes below decoding.asciiEnd that start a character to
+// themselves, pairs to `unitsOfCodes[code]` (a table of 65,536 units and two
+// more, readable), and, when decoding.singlesLookedUp, other bytes that
+// start a character to the unit of their own code. The start of `in` must
+// be a character boundary. Stops before a lead byte that no trail byte
+// follows, before a byte that starts a character and neither is below
+// asciiEnd nor is looked up, and before a character whose unit is 0. Writes
+// at most `count` units.
+KelKernelRun pairsToUtf16(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
+                          const KelPairDecoding& decoding, wchar16* out);
+
+// True when pairsToUtf16 converts anything at the active level, so that the
+// table of units it reads is worth building.
+bool pairKernelsOn();
+
+// True when the table kernels mapUnitsToCodes and eucToUtf16 convert
 // anything at the active level, so that their tables are worth building.
 bool tableKernelsOn();
 

@@ -37,6 +37,8 @@ size_t mapLowUnitsToBytesAvx512(const wchar16* in, size_t count, const unsigned 
                                 unsigned char* out);
 KelKernelRun eucToUtf16Avx512(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
                               wchar16* out);
+KelKernelRun pairsToUtf16Avx2(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
+                              const KelPairDecoding& decoding, wchar16* out);
 KelKernelRun mapUnitsToCodesAvx512(const wchar16* in, size_t count, const uint16_t* codes,
                                    unsigned asciiEnd, unsigned char* out, size_t room);
 

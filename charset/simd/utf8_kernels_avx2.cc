@@ -17,40 +17,10 @@
 #include <cstring>
 
 #include "charset/simd/block_store_avx2.h"
-#include "charset/simd/shuffle_tables.h"
-
-#define KELULIB_TARGET_AVX2 __attribute__((target("avx2,bmi,bmi2,popcnt")))
 
 namespace kelulib {
 namespace x86 {
 namespace {
-
-inline uint32_t lowBits32(unsigned count) {
-  return count >= 32 ? 0xFFFFFFFFu : (uint32_t{1} << count) - 1;
-}
-
-KELULIB_TARGET_AVX2 inline __m128i loadShuffle(const KelShuffleTable& table, unsigned mask) {
-  return _mm_load_si128(reinterpret_cast<const __m128i*>(table.entry[mask]));
-}
-
-// Two table entries as the two lanes of one 256-bit shuffle.
-KELULIB_TARGET_AVX2 inline __m256i loadShuffles(const KelShuffleTable& table, unsigned low,
-                                                unsigned high) {
-  return _mm256_inserti128_si256(_mm256_castsi128_si256(loadShuffle(table, low)),
-                                 loadShuffle(table, high), 1);
-}
-
-KELULIB_TARGET_AVX2 inline void store16(void* at, __m128i bytes) {
-  _mm_storeu_si128(static_cast<__m128i*>(at), bytes);
-}
-
-// A constant built once before a loop: the empty asm hides its value, so
-// that the compiler keeps it (in a register, or on the stack) instead of
-// building it again inside the loop.
-KELULIB_TARGET_AVX2 inline __m256i held(__m256i value) {
-  __asm__("" : "+x"(value));
-  return value;
-}
 
 // --- UTF-8 to UTF-16 ---------------------------------------------------------
 
@@ -103,27 +73,6 @@ KELULIB_TARGET_AVX2 inline __m256i utf8Values(__m128i first, __m128i second, __m
     value = _mm256_blendv_epi8(value, three, _mm256_cmpgt_epi16(byte0, _mm256_set1_epi16(0xDF)));
   }
   return value;
-}
-
-// Stores the units of `values` (16 positions) at the positions `starts`
-// marks, together, with two 16-byte stores; returns how many.
-KELULIB_TARGET_AVX2 inline unsigned storeStartedUnits(__m256i values, uint32_t starts,
-                                                      wchar16* out) {
-  const unsigned low = starts & 0xFF;
-  const unsigned high = starts >> 8 & 0xFF;
-  const __m256i packed = _mm256_shuffle_epi8(values, loadShuffles(kUnitCompress, low, high));
-  const auto lowCount = static_cast<unsigned>(__builtin_popcount(low));
-  store16(out, _mm256_castsi256_si128(packed));
-  store16(out + lowCount, _mm256_extracti128_si256(packed, 1));
-  return lowCount + static_cast<unsigned>(__builtin_popcount(high));
-}
-
-KELULIB_TARGET_AVX2 inline void widen32(const unsigned char* in, wchar16* out) {
-  const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in));
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(out),
-                      _mm256_cvtepu8_epi16(_mm256_castsi256_si128(bytes)));
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 16),
-                      _mm256_cvtepu8_epi16(_mm256_extracti128_si256(bytes, 1)));
 }
 
 // The bytes a block may read: its 32 and the two after them, where the

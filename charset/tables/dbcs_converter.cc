@@ -4,6 +4,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "charset/tables/dbcs_byte_classes.h"
 #include "charset/tables/mbcs_conversion.h"
 #include "charset/tables/mbcs_tables.h"
 #include "charset/unmappable.h"
@@ -59,9 +60,10 @@ auto codeOfUnit(const Tables& tables) {
   };
 }
 
-template <typename Tables>
+template <typename Tables, typename Kernel = kelulib::KelNoKernel>
 size_t decode(const KelCharSetConverterDBCSBase& classes, const Tables& tables, wchar16* dst,
-              const void* src, size_t dstUnits, ILLCHAR_OPTYPE op, bool* illegal, int srcLimit) {
+              const void* src, size_t dstUnits, ILLCHAR_OPTYPE op, bool* illegal, int srcLimit,
+              Kernel kernel = {}) {
   return kelulib::decodeText(
       dst, src, dstUnits, op, illegal, srcLimit,
       [&](const unsigned char* in) -> kelulib::KelDecoded {
@@ -72,7 +74,7 @@ size_t decode(const KelCharSetConverterDBCSBase& classes, const Tables& tables, 
         if (!classes.isTrailByte(in[1])) return {0, 1, false};
         return {tables.toUnicode(static_cast<uint16_t>(b << 8 | in[1])), 2, true};
       },
-      runStep(classes, tables), kelulib::asciiEndOf(tables));
+      runStep(classes, tables), kelulib::asciiEndOf(tables), kernel);
 }
 
 // A character of the UTF-16 text: its scalar and the units it takes.
@@ -179,7 +181,20 @@ size_t KelCharSetConverterDBCS::toUTF16(wchar16* dst, void const* src, size_t ds
                                         ILLCHAR_OPTYPE op, bool* illegal, int srcLimit) {
   if (dst == nullptr || src == nullptr) return 0;
   load();
-  return decode(*this, tables(), dst, src, dstUnits, op, illegal, srcLimit);
+  // Blocks of text through the pairing kernel, where this set's classes
+  // are known to it and its single bytes below 0x80 are their own units.
+  const kelulib::KelPairDecoding* pairs = nullptr;
+  const uint16_t* units = nullptr;
+  if (kelulib::pairKernelsOn() && kelulib::asciiEndOf(tables()) == kelulib::kAsciiEnd) {
+    pairs = kelulib::pairDecodingOf(byteClasses());
+    if (pairs != nullptr) units = codeUnits();
+  }
+  return decode(*this, tables(), dst, src, dstUnits, op, illegal, srcLimit,
+                [pairs, units](const unsigned char* in, size_t count,
+                               wchar16* out) -> kelulib::KelKernelRun {
+                  if (units == nullptr) return {0, 0};
+                  return kelulib::pairsToUtf16(in, count, units, *pairs, out);
+                });
 }
 
 size_t KelCharSetConverterDBCS::getNumBytes(wchar16 const* src, size_t srcUnits) {
