@@ -56,13 +56,18 @@ Decoded decode(KelCharSetConverter* converter, const ExactBuffer<Unit>& source, 
 }
 
 // fromUTF16 of `text` (terminated) into exactly room + overrun + the null
-// size bytes; `overrun` is what the converter may write past its room.
+// size bytes; `overrun` is what the converter may write past its room. The
+// text starts `offset` units into its heap block (which ends with its
+// terminator), so that block reads meet it at every alignment.
 std::string encode(KelCharSetConverter* converter, const std::u16string& text, size_t room,
-                   ILLCHAR_OPTYPE op, size_t overrun, bool* illegal = nullptr) {
+                   ILLCHAR_OPTYPE op, size_t overrun, bool* illegal = nullptr,
+                   size_t offset = 0) {
   const size_t nullSize = converter->getNullCharSize();
-  const ExactBuffer<wchar16> source = terminatedText(text);
+  ExactBuffer<wchar16> source(offset + text.size() + 1, 0);
+  if (!text.empty()) std::memcpy(source.data() + offset, text.data(), text.size() * 2);
   ExactBuffer<char> dst(room + overrun + nullSize);
-  const size_t written = converter->fromUTF16(dst.data(), source.data(), room, op, illegal);
+  const size_t written =
+      converter->fromUTF16(dst.data(), source.data() + offset, room, op, illegal);
   KELULIB_FUZZ_CHECK(written <= room + overrun, "fromUTF16 wrote more bytes than its room");
   for (size_t i = 0; i < nullSize; ++i) {
     KELULIB_FUZZ_CHECK(dst[written + i] == 0, "fromUTF16 did not end its output with a zero");
@@ -152,13 +157,14 @@ void checkCounting(KelCharSetConverter* converter, KelCharSet id,
 void checkEncoding(KelCharSetConverter* converter, KelCharSet id, const std::u16string& text,
                    FuzzInput& in) {
   const size_t room = in.room(text.size() * 6);
+  const size_t offset = in.byte() % 16;
   std::string byPolicy[4];
   for (int op = 0; op < 4; ++op) {
     const auto policy = static_cast<ILLCHAR_OPTYPE>(op);
     const std::u16string units = encodableUnits(text, id, policy);
     bool illegal = true;
     byPolicy[op] = encode(converter, units, room, policy, encodeOverrun(converter, units, policy),
-                          &illegal);
+                          &illegal, offset);
   }
   KELULIB_FUZZ_CHECK(byPolicy[3] == byPolicy[ILLCHAR_REPLACE],
                      "fromUTF16 policy 3 is not ILLCHAR_REPLACE");
