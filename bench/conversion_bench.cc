@@ -814,8 +814,8 @@ std::vector<TargetCheck> checkTargets(const std::vector<std::vector<Measured>>& 
     for (size_t i = 0; i < rows->size(); ++i) {
       const Measured& m = (*rows)[i];
       if (m.c->corpus.label == "en") continue;
-      checks.push_back({std::string(title) + " (" + m.c->corpus.label + "), kelulib / best of ICU and iconv >= " +
-                            fixed(least, 1),
+      checks.push_back({std::string(title) + " (" + m.c->corpus.label +
+                            "), kelulib / best of ICU and iconv >= " + fixed(least, 1),
                         fixed(r[i], 2) + " (" + m.c->backends[bestPeer(m)]->name + ")",
                         r[i] >= least ? "yes" : "NO"});
     }
@@ -999,8 +999,10 @@ int main(int argc, char** argv) {
   g_self.assign(self, static_cast<size_t>(length));
 
   std::printf("CPU: %s (%s)\n", cpuModel().c_str(), cpuFlags().c_str());
-  std::printf("simdutf: %s\n", haveSimdutf() ? ("9.1.0, kernel " + simdutfKernel()).c_str()
-                                              : "not built in (configure with -DKELULIB_SIMDUTF_DIR=...)");
+  const std::string simdutf = haveSimdutf()
+                                  ? "9.1.0, kernel " + simdutfKernel()
+                                  : "not built in (configure with -DKELULIB_SIMDUTF_DIR=...)";
+  std::printf("simdutf: %s\n", simdutf.c_str());
 
   // First use comes first, while this process has loaded no table (the
   // children are fresh processes anyway).
@@ -1010,7 +1012,9 @@ int main(int argc, char** argv) {
   }
 
   bool needsCorpora = options.only.empty();
-  for (const auto& key : options.only) needsCorpora = needsCorpora || (key != "first-use" && key != "threads");
+  for (const auto& key : options.only) {
+    needsCorpora = needsCorpora || (key != "first-use" && key != "threads");
+  }
   if (g_corporaDir.empty() && needsCorpora) return usage();
   const std::vector<Conversion> all = conversions();
   std::vector<std::unique_ptr<Case>> cases;

@@ -39,9 +39,12 @@ struct KelByteSetVectors {
   __m256i from80;
 };
 
+KELULIB_TARGET_AVX2 inline __m256i bothLanes(const uint8_t* sixteen) {
+  return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(sixteen)));
+}
+
 KELULIB_TARGET_AVX2 inline KelByteSetVectors vectorsOf(const KelByteSet& set) {
-  return {_mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(set.below80))),
-          _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(set.from80)))};
+  return {bothLanes(set.below80), bothLanes(set.from80)};
 }
 
 // The members of `set` among `bytes`, as a bit mask; `lowNibbles` are the

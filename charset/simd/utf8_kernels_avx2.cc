@@ -339,6 +339,21 @@ KELULIB_TARGET_AVX2 inline unsigned stopLane(const KelEncodeConstants& k, __m256
   return stops != 0 ? static_cast<unsigned>(__builtin_ctz(stops)) / 2 : 16;
 }
 
+// A block the text or the window does not fill, or one with a stop (the
+// block at `block`, the window ending at `end`): lanes [first, ...) up to
+// the first zero unit (`zeros`), surrogate or the window's end, written
+// exactly; the bytes past them are put back. Returns the lane it stopped at.
+KELULIB_TARGET_AVX2 inline unsigned writeUpToStop(const KelEncodeConstants& k, __m256i units,
+                                                  unsigned first, uint32_t zeros, uintptr_t block,
+                                                  uintptr_t end, unsigned char* out,
+                                                  size_t& written, KelOverrun& overrun) {
+  const unsigned inWindow = end - block >= 32 ? 16 : static_cast<unsigned>(end - block) / 2;
+  const unsigned stop = stopLane(k, units, first, inWindow, zeros);
+  written += storeLanesExactly(k, units, first, stop, out + written);
+  overrun.restoreFrom(out + written);
+  return stop;
+}
+
 }  // namespace
 
 // Aligned blocks of sixteen units, from the one that holds `in` on; the
@@ -363,22 +378,13 @@ KelKernelRun utf16ToUtf8UpToZeroAvx2(const wchar16* in, size_t window, unsigned 
   size_t written = 0;
   KelOverrun overrun;
   auto unitsBefore = [start](uintptr_t at) { return (at - start) / sizeof(wchar16); };
-  // A block the text or the window does not fill, or one with a stop:
-  // lanes [first, ...) up to the first zero unit, surrogate or the window's
-  // end. Returns the lane it stopped at.
-  auto writeUpToStop = [&](const __m256i& units, unsigned first, uint32_t zeros) {
-    const unsigned inWindow = end - block >= kBlock ? 16 : static_cast<unsigned>(end - block) / 2;
-    const unsigned stop = stopLane(k, units, first, inWindow, zeros);
-    written += storeLanesExactly(k, units, first, stop, out + written);
-    overrun.restoreFrom(out + written);
-    return stop;
-  };
   if (room < kUtf16BlockBytes) return {0, 0};
   if (block != start || end - block < kBlock) {
     // The first block, from `in` on.
     const __m256i units = loadAlignedBlock(block);
     const unsigned first = static_cast<unsigned>(start - block) / sizeof(wchar16);
-    const unsigned stop = writeUpToStop(units, first, zeroUnitsOf(units));
+    const unsigned stop = writeUpToStop(k, units, first, zeroUnitsOf(units), block, end, out,
+                                        written, overrun);
     if (stop < 16) return {unitsBefore(block + 2 * stop), written};
     block += kBlock;
   }
@@ -391,7 +397,8 @@ KelKernelRun utf16ToUtf8UpToZeroAvx2(const wchar16* in, size_t window, unsigned 
     const __m256i units = loadAlignedBlock(block);
     const uint32_t zeros = zeroUnitsOf(units);
     if (zeros != 0) {
-      const unsigned stop = writeUpToStop(units, 0, zeros);
+      const unsigned stop =
+          writeUpToStop(k, units, 0, zeros, block, end, out, written, overrun);
       return {unitsBefore(block + 2 * stop), written};
     }
     if (_mm256_testz_si256(units, k.beyondAscii)) {
@@ -437,7 +444,8 @@ KelKernelRun utf16ToUtf8UpToZeroAvx2(const wchar16* in, size_t window, unsigned 
       continue;
     }
     if (surrogatesOf(k, units) != 0) {
-      const unsigned stop = writeUpToStop(units, 0, 0);
+      const unsigned stop =
+          writeUpToStop(k, units, 0, 0, block, end, out, written, overrun);
       return {unitsBefore(block + 2 * stop), written};
     }
     // Bit 2i for a single byte, bit 2i + 1 for one or two: unit i takes
@@ -450,7 +458,8 @@ KelKernelRun utf16ToUtf8UpToZeroAvx2(const wchar16* in, size_t window, unsigned 
   if (block < end && room - written >= kUtf16BlockBytes) {
     // A last block that the window or the room cuts.
     const __m256i units = loadAlignedBlock(block);
-    const unsigned stop = writeUpToStop(units, 0, zeroUnitsOf(units));
+    const unsigned stop = writeUpToStop(k, units, 0, zeroUnitsOf(units), block, end, out,
+                                        written, overrun);
     return {unitsBefore(block + 2 * stop), written};
   }
   overrun.restoreFrom(out + written);
