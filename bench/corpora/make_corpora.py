@@ -94,9 +94,9 @@ SJIS2004_DROPPED = "\\~\u2015"
 #   between JIS's and Microsoft's tables (wave dash, double vertical line,
 #   minus sign, the cent, pound and not signs), and the two JIS X 0212
 #   characters that ICU writes with other codes (U+00A6, U+2116).
-# - shift_jis_2004: without the characters that glibc maps differently
-#   (0x815F, which the JIS X 0213 table maps to the backslash and glibc to
-#   U+FF3C, the tilde at 0x81B0, and U+2015 at 0x815C).
+# - shift_jis_2004: without the backslash, the tilde and U+2015, which
+#   Python writes as 0x815F, 0x81B0 and 0x815C and glibc reads as U+FF3C,
+#   U+FF5E and U+2014.
 LEGACY = [
     ("en", "cp1252", "cp1252", ""),
     ("fr", "cp1252", "cp1252", ""),
