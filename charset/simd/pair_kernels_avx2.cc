@@ -181,25 +181,29 @@ KelKernelRun pairsToUtf16Avx2(const unsigned char* in, size_t count, const uint1
     const uint32_t stops = (pairStarts & ~(trails >> 1) & ~pairAtEnd) |
                            (singles & high & ~lookedUpSingles) |
                            (zeroUnits(lowUnits, highUnits) & lookedUp & ~pairAtEnd);
-    const unsigned run = stops != 0  ? static_cast<unsigned>(__builtin_ctz(stops))
-                         : pairAtEnd ? 31
-                                     : 32;
-    if (run == 0) break;
-    const uint32_t kept = starts & lowBits32(run);
-    const auto units = static_cast<unsigned>(__builtin_popcount(kept));
-    const bool last = stops != 0 || count - read - run < kPairBlockReads || units < 8;
-    alignas(32) wchar16 scratch[48];
-    wchar16* target = last ? scratch : out + written;
-    if (!last) overrun.keepBefore(outBytes(written + units));
-    unsigned stored = storeStartedUnits(lowUnits, kept & 0xFFFF, target);
-    stored += storeStartedUnits(highUnits, kept >> 16, target + stored);
-    read += run;
-    if (last) {
+    // A whole block moves on by a length its classification gives, so
+    // that the next block's loads need not wait for this one's look-ups.
+    const unsigned advance = pairAtEnd != 0 ? 31 : 32;
+    if (stops != 0 || count - read - advance < kPairBlockReads) {
+      // The run's last block: up to its stop, exactly.
+      const unsigned run = stops != 0 ? static_cast<unsigned>(__builtin_ctz(stops)) : advance;
+      if (run == 0) break;
+      const uint32_t kept = starts & lowBits32(run);
+      alignas(32) wchar16 scratch[48];
+      unsigned stored = storeStartedUnits(lowUnits, kept & 0xFFFF, scratch);
+      stored += storeStartedUnits(highUnits, kept >> 16, scratch + stored);
       std::memcpy(out + written, scratch, stored * sizeof(wchar16));
       written += stored;
       overrun.restoreFrom(outBytes(written));
-      return {read, written};
+      return {read + run, written};
     }
+    // Stored in place (the block has sixteen characters or more: at most
+    // two bytes each); what the buffer held past them is kept first.
+    const uint32_t kept = starts & lowBits32(advance);
+    overrun.keepBefore(outBytes(written + static_cast<unsigned>(__builtin_popcount(kept))));
+    unsigned stored = storeStartedUnits(lowUnits, kept & 0xFFFF, out + written);
+    stored += storeStartedUnits(highUnits, kept >> 16, out + written + stored);
+    read += advance;
     written += stored;
   }
   overrun.restoreFrom(outBytes(written));
