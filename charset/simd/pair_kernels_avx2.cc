@@ -71,6 +71,10 @@ KELULIB_TARGET_AVX2 inline __m256i lanesOf16(uint32_t bits) {
 // the positions in `lookedUp` (pairs and looked-up single bytes) take their
 // units from the table, the others are their own units. (The table is read
 // one unit at a time: on the processors measured, that beat vector gathers.)
+//
+// A pair takes two positions, so the positions, taken two by two, mostly
+// hold one look-up at most: then each two-position word is looked up once,
+// at its even or its odd position; otherwise every position is.
 KELULIB_TARGET_AVX2 inline __m256i halfBlockUnits(__m128i first, __m128i second,
                                                   uint32_t pairStarts, uint32_t lookedUp,
                                                   __m256i codeMask, const uint16_t* unitsOfCodes) {
@@ -78,18 +82,37 @@ KELULIB_TARGET_AVX2 inline __m256i halfBlockUnits(__m128i first, __m128i second,
   if (lookedUp == 0) return byte0;
   const __m256i pairCodes = _mm256_and_si256(
       _mm256_or_si256(_mm256_slli_epi16(byte0, 8), _mm256_cvtepu8_epi16(second)), codeMask);
-  alignas(32) uint16_t codes[16];
-  _mm256_store_si256(reinterpret_cast<__m256i*>(codes),
-                     _mm256_blendv_epi8(byte0, pairCodes, lanesOf16(pairStarts)));
+  const __m256i codes = _mm256_blendv_epi8(byte0, pairCodes, lanesOf16(pairStarts));
+  const __m256i lookedUpLanes = lanesOf16(lookedUp);
+  if ((lookedUp & lookedUp >> 1 & 0x5555u) == 0) {
+    // The words whose look-up is at the odd position: both of their lanes.
+    const uint32_t odd = lookedUp & 0xAAAAu;
+    const __m256i oddWords = lanesOf16(odd | odd >> 1);
+    alignas(32) uint32_t wordCodes[8];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(wordCodes),
+                       _mm256_blendv_epi8(codes, _mm256_srli_epi32(codes, 16), oddWords));
+    alignas(32) uint32_t wordUnits[8];
+#if defined(__clang__)
+#pragma clang loop unroll(full)
+#elif defined(__GNUC__)
+#pragma GCC unroll 8
+#endif
+    for (unsigned i = 0; i < 8; ++i) wordUnits[i] = unitsOfCodes[wordCodes[i] & 0xFFFF];
+    const __m256i units = _mm256_load_si256(reinterpret_cast<const __m256i*>(wordUnits));
+    return _mm256_blendv_epi8(
+        byte0, _mm256_blendv_epi8(units, _mm256_slli_epi32(units, 16), oddWords), lookedUpLanes);
+  }
+  alignas(32) uint16_t positionCodes[16];
+  _mm256_store_si256(reinterpret_cast<__m256i*>(positionCodes), codes);
   alignas(32) uint16_t units[16];
 #if defined(__clang__)
 #pragma clang loop unroll(full)
 #elif defined(__GNUC__)
 #pragma GCC unroll 16
 #endif
-  for (unsigned i = 0; i < 16; ++i) units[i] = unitsOfCodes[codes[i]];
+  for (unsigned i = 0; i < 16; ++i) units[i] = unitsOfCodes[positionCodes[i]];
   return _mm256_blendv_epi8(byte0, _mm256_load_si256(reinterpret_cast<const __m256i*>(units)),
-                            lanesOf16(lookedUp));
+                            lookedUpLanes);
 }
 
 // One bit per position (32) where the units of the two halves are 0.
