@@ -36,10 +36,10 @@ struct KelPairDecoding {
   KelByteSet trails;
   // A pair's code is (lead << 8 | trail) & codeMask.
   uint16_t codeMask;
-  // Bytes below asciiEnd (0x7F or 0x80) that start a character are their
-  // own units. A byte from asciiEnd on that starts a character and no pair
-  // is looked up as its own code when singlesLookedUp is true; otherwise it
-  // ends the run.
+  // Bytes below asciiEnd (0x7F or 0x80; 0 for none) that start a character
+  // are their own units. A byte from asciiEnd on that starts a character
+  // and no pair is looked up as its own code when singlesLookedUp is true;
+  // otherwise it ends the run.
   unsigned char asciiEnd;
   bool singlesLookedUp;
 };

@@ -108,12 +108,17 @@ class KELULIB_API KelCharSetConverterMBCSEx : public KelCharSetConverter {
   }
   bool tablesLoaded() const;
 
+  // As KelCharSetConverterMBCS::codeUnits, for the characters of the BMP:
+  // a code whose scalar lies beyond it reads as 0.
+  const uint16_t* codeUnits() const;
+
  private:
   // Tables with no entries, for conversions before loading.
   static const Tables& emptyTables();
 
   const char* m_tableName;
   std::atomic<Tables*> m_tables;
+  mutable std::atomic<uint16_t*> m_codeUnits;
   ObjLock m_lock;
 };
 

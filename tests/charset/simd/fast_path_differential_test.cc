@@ -604,10 +604,10 @@ TEST(FastPathDifferentialUtf16, RunsOfOneKindAtEveryAlignmentMatchPlainCode) {
 // of two blocks, and runs of lead bytes of every length from every start,
 // whose parity decides which bytes start pairs.
 
-const KelCharSet kPairConverters[] = {KelCS_WCP932, KelCS_WCP936, KelCS_WCP949,
-                                      KelCS_WCP950, KelCS_BIG5,   KelCS_SHIFTJIS,
-                                      KelCS_EUC_JP, KelCS_EUC_CN, KelCS_EUC_KR,
-                                      KelCS_GB18030};
+const KelCharSet kPairConverters[] = {KelCS_WCP932,   KelCS_WCP936, KelCS_WCP949,
+                                      KelCS_WCP950,   KelCS_BIG5,   KelCS_SHIFTJIS,
+                                      KelCS_SJIS0213, KelCS_EUC_JP, KelCS_EUC_CN,
+                                      KelCS_EUC_KR,   KelCS_GB18030};
 
 // `units` written with the converter (unmappable ones as "?").
 std::vector<unsigned char> encoded(KelCharSetConverter* converter,
@@ -703,7 +703,8 @@ TEST_P(FastPathDifferentialPairs, SequencesThatEndRunsAtEveryPositionMatchPlainC
   std::vector<std::vector<unsigned char>> specials = {
       {0x88, 'A'}, {0xB0, 'A'}, {0xB0, 0x7F}, {0x80}, {0xFF}, {0xA0}, {0x7F}, {0},
       {0x8E, 0xB1}, {0x8F, 0xA2, 0xAF}, {0xA4, 0x41},          // EUC-JP single shifts
-      {0x81, 0x30, 0x81, 0x30}, {0x90, 0x30, 0x81, 0x30}, {0x81, 0x30}};  // GB18030
+      {0x81, 0x30, 0x81, 0x30}, {0x90, 0x30, 0x81, 0x30}, {0x81, 0x30},  // GB18030
+      {0x88, 0x61}, {0xFC, 0xEE}};  // Shift_JIS-2004 beyond the BMP
   if (!samples.unmapped.empty()) specials.push_back(samples.unmapped);
   for (const auto& special : specials) {
     for (size_t at = 0; at + special.size() < base.size(); ++at) {
