@@ -15,12 +15,6 @@
 
 #ifdef KELULIB_X86_KERNELS
 
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-#include <immintrin.h>
-
 #include <cstdint>
 #include <cstring>
 

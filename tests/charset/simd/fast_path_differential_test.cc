@@ -257,26 +257,35 @@ std::vector<size_t> sizesUpTo(size_t last, std::mt19937& random) {
   return sizes;
 }
 
+// One toUTF16 call at every fast level against the plain code; `where`
+// says what else the failure message needs.
+void expectSameToUtf16AtEveryLevel(KelCharSet id, const std::vector<unsigned char>& text,
+                                   size_t room, ILLCHAR_OPTYPE op, int limit,
+                                   const std::string& where) {
+  KelCharSetConverter* converter = KelCharSetConverter::getConverter(id);
+  Outcome<wchar16> reference;
+  {
+    ScopedSimdLevel plain(KelSimdLevel::kScalar);
+    reference = toUtf16(converter, text, room, op, limit);
+  }
+  for (KelSimdLevel level : fastLevels()) {
+    ScopedSimdLevel fast(level);
+    ASSERT_TRUE(toUtf16(converter, text, room, op, limit) == reference)
+        << "converter " << id << ", " << levelName(level) << ", room " << room << ", srcLimit "
+        << limit << ", policy " << op << ", " << where;
+  }
+}
+
 void expectSameToUtf16(KelCharSet id, const std::vector<unsigned char>& text,
                        std::mt19937& random) {
-  KelCharSetConverter* converter = KelCharSetConverter::getConverter(id);
   const size_t length = text.size() - 1;
   const std::vector<size_t> rooms = sizesUpTo(length + 2, random);
   std::vector<int> limits = {-1};
   for (size_t limit : sizesUpTo(length + 1, random)) limits.push_back(static_cast<int>(limit));
+  const std::string where = "text of " + std::to_string(length) + " bytes";
   for (ILLCHAR_OPTYPE op : kPolicies) {
     auto compare = [&](size_t room, int limit) {
-      Outcome<wchar16> reference;
-      {
-        ScopedSimdLevel plain(KelSimdLevel::kScalar);
-        reference = toUtf16(converter, text, room, op, limit);
-      }
-      for (KelSimdLevel level : fastLevels()) {
-        ScopedSimdLevel fast(level);
-        ASSERT_TRUE(toUtf16(converter, text, room, op, limit) == reference)
-            << "converter " << id << ", " << levelName(level) << ", room " << room << ", srcLimit "
-            << limit << ", policy " << op << ", text of " << length << " bytes";
-      }
+      expectSameToUtf16AtEveryLevel(id, text, room, op, limit, where);
     };
     for (size_t room : rooms) compare(room, -1);
     for (int limit : limits) compare(length + 2, limit);
@@ -659,23 +668,14 @@ PairSamples pairSamplesOf(KelCharSetConverter* converter) {
 
 void expectSameToUtf16WithBudgets(KelCharSet id, const std::vector<unsigned char>& text,
                                   size_t at) {
-  KelCharSetConverter* converter = KelCharSetConverter::getConverter(id);
   const size_t length = text.size() - 1;
+  const std::string where = "special at " + std::to_string(at);
   for (ILLCHAR_OPTYPE op : kPolicies) {
     for (int limit : {-1, static_cast<int>(at), static_cast<int>(at) + 1,
                       static_cast<int>(at) + 2, static_cast<int>(at) + 3}) {
       for (size_t room : {length + 1, at, at + 1}) {
-        Outcome<wchar16> reference;
-        {
-          ScopedSimdLevel plain(KelSimdLevel::kScalar);
-          reference = toUtf16(converter, text, room, op, limit);
-        }
-        for (KelSimdLevel level : fastLevels()) {
-          ScopedSimdLevel fast(level);
-          ASSERT_TRUE(toUtf16(converter, text, room, op, limit) == reference)
-              << "converter " << id << ", " << levelName(level) << ", special at " << at
-              << ", room " << room << ", srcLimit " << limit << ", policy " << op;
-        }
+        expectSameToUtf16AtEveryLevel(id, text, room, op, limit, where);
+        if (testing::Test::HasFatalFailure()) return;
       }
     }
   }
