@@ -1,14 +1,15 @@
 // KelULib: UTF-16 text and character-set conversion.
 //
 // The one header a user includes. From C it declares the flat buffer
-// functions; from C++ the whole public interface.
+// functions and the character-set names; from C++ the whole public
+// interface.
 #ifndef KELULIB_KELULIB_H_
 #define KELULIB_KELULIB_H_
 
+#include "charset/charset_names.h"
 #include "flatapi/buffer_conversion.h"
 
 #ifdef __cplusplus
-#include "charset/charset_names.h"
 #include "charset/converter.h"
 #include "charset/obj_lock.h"
 #include "charset/tables/dbcs_converter.h"

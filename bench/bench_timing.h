@@ -29,11 +29,22 @@ inline double median(std::vector<double> samples) {
   return samples.size() % 2 == 1 ? samples[middle] : (samples[middle - 1] + samples[middle]) / 2;
 }
 
+// The value below which a share `q` (0 to 1) of `samples` lies, by linear
+// interpolation between the sorted samples; 0 for none.
+inline double quantile(std::vector<double> samples, double q) {
+  if (samples.empty()) return 0;
+  std::sort(samples.begin(), samples.end());
+  const double at = q * static_cast<double>(samples.size() - 1);
+  const size_t below = static_cast<size_t>(at);
+  if (below + 1 >= samples.size()) return samples.back();
+  return samples[below] + (samples[below + 1] - samples[below]) * (at - static_cast<double>(below));
+}
+
 // Runs every contender once per round, `rounds` times, starting each round
 // at the next contender so that none always runs first or last, after one
-// untimed warm-up round. Returns the median nanoseconds of each.
-inline std::vector<double> medianNsRoundRobin(const std::vector<std::function<void()>>& contenders,
-                                              int rounds) {
+// untimed warm-up round. Returns the nanoseconds of every round of each.
+inline std::vector<std::vector<double>> roundRobinNs(
+    const std::vector<std::function<void()>>& contenders, int rounds) {
   const size_t n = contenders.size();
   for (const auto& contender : contenders) contender();
   std::vector<std::vector<double>> samples(n);
@@ -43,8 +54,14 @@ inline std::vector<double> medianNsRoundRobin(const std::vector<std::function<vo
       samples[which].push_back(timeOnceNs(contenders[which]));
     }
   }
+  return samples;
+}
+
+// The same, reduced to the median nanoseconds of each contender.
+inline std::vector<double> medianNsRoundRobin(const std::vector<std::function<void()>>& contenders,
+                                              int rounds) {
   std::vector<double> medians;
-  for (const auto& series : samples) medians.push_back(median(series));
+  for (const auto& series : roundRobinNs(contenders, rounds)) medians.push_back(median(series));
   return medians;
 }
 

@@ -9,12 +9,15 @@
 // codecs (the corpus's UTF-16LE file, or its narrow bytes); any difference
 // stops the program before anything is timed. Then the backends run in
 // turn, round after round, and the median time of each gives its input
-// MB/s (10^6 bytes of input per second). memcpy of the same input is the
-// bandwidth reference. The last section checks every target (ratios of
-// medians measured in this run) and says which hold.
+// MB/s (10^6 bytes of input per second), with the spread of the rounds.
+// memcpy of the same input is the bandwidth reference. The last section
+// checks every target (ratios of medians measured in this run) and says
+// which hold.
 //
 // Usage: conversion_bench --corpora DIR [--results FILE] [--rounds N]
 //                         [--only KEY,KEY...]
+// The table goes to standard output; the figures go to FILE (JSON) only when
+// --results names one.
 // KEYs: utf8-utf16 utf16-utf8 cp1252 cp932 gb18030 euckr big5 eucjp
 //       sjis2004 threads first-use.
 // Exit status: 0 when every output was right, 1 when one was not, 2 for a
@@ -55,7 +58,9 @@
 
 namespace {
 
-using kelulib_bench::medianNsRoundRobin;
+using kelulib_bench::median;
+using kelulib_bench::quantile;
+using kelulib_bench::roundRobinNs;
 using kelulib_bench::timeOnceNs;
 
 // --- what is measured ------------------------------------------------------
@@ -433,7 +438,8 @@ bool checkCase(Case& c) {
 
 struct Measured {
   const Case* c;
-  std::vector<double> mbps;  // per backend
+  std::vector<double> mbps;                // per backend: the median round
+  std::vector<std::vector<double>> rounds;  // per backend: every round
 };
 
 double mbPerSecond(size_t bytes, double ns) { return ns > 0 ? bytes / ns * 1000.0 : 0; }
@@ -890,7 +896,7 @@ std::string today() {
 // --- the program -----------------------------------------------------------
 
 struct Options {
-  std::string results = "conversion_results.json";
+  std::string results;  // no file unless --results names one
   int rounds = 31;
   std::vector<std::string> only;
 };
@@ -929,7 +935,11 @@ void writeJson(const Options& o, const std::vector<std::vector<Measured>>& table
             << ", \"corpus\": " << jsonString(m.c->corpus.label)
             << ", \"backend\": " << jsonString(b.name) << ", \"role\": \"" << roleName(b.role)
             << "\", \"input_bytes\": " << m.c->inputBytes() << ", \"mb_per_s\": "
-            << fixed(m.mbps[k], 1);
+            << fixed(m.mbps[k], 1) << ", \"mb_per_s_spread\": {\"min\": "
+            << fixed(quantile(m.rounds[k], 0), 1) << ", \"q1\": "
+            << fixed(quantile(m.rounds[k], 0.25), 1) << ", \"q3\": "
+            << fixed(quantile(m.rounds[k], 0.75), 1) << ", \"max\": "
+            << fixed(quantile(m.rounds[k], 1), 1) << "}";
         if (b.role == Role::kOurs) {
           out << ", \"best_peer\": " << jsonString(m.c->backends[peer]->name)
               << ", \"ratio_to_best_peer\": " << fixed(m.mbps[k] / m.mbps[peer], 3);
@@ -1047,9 +1057,12 @@ int main(int argc, char** argv) {
       Backend* backend = b.get();
       contenders.push_back([backend] { backend->run(); });
     }
-    const std::vector<double> ns = medianNsRoundRobin(contenders, options.rounds);
-    Measured m{c.get(), {}};
-    for (double t : ns) m.mbps.push_back(mbPerSecond(c->inputBytes(), t));
+    Measured m{c.get(), {}, {}};
+    for (const std::vector<double>& ns : roundRobinNs(contenders, options.rounds)) {
+      m.mbps.push_back(mbPerSecond(c->inputBytes(), median(ns)));
+      m.rounds.emplace_back();
+      for (double t : ns) m.rounds.back().push_back(mbPerSecond(c->inputBytes(), t));
+    }
     if (tables.empty() || tables.back().front().c->conversion != c->conversion) tables.emplace_back();
     tables.back().push_back(m);
   }
@@ -1066,7 +1079,9 @@ int main(int argc, char** argv) {
   if (!firstUse.empty()) printFirstUse(firstUse, report);
   printTargets(targets, report);
   std::fputs(report.str().c_str(), stdout);
-  writeJson(options, tables, threads, firstUse, targets);
-  std::printf("\nResults written to %s\n", options.results.c_str());
+  if (!options.results.empty()) {
+    writeJson(options, tables, threads, firstUse, targets);
+    std::printf("\nResults written to %s\n", options.results.c_str());
+  }
   return 0;
 }

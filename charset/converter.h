@@ -15,9 +15,9 @@
 
 #include <cstddef>
 
-#include "charset/charset_id.h"
-#include "charset/obj_lock.h"
-#include "platform/export.h"
+#include "charset_id.h"
+#include "obj_lock.h"
+#include "../platform/export.h"
 
 // What a conversion does with a character its target cannot represent.
 // Any value other than ILLCHAR_STOP and ILLCHAR_ESCAPE acts as

@@ -6,8 +6,8 @@
 #include <atomic>
 #include <cstdint>
 
-#include "platform/export.h"
-#include "platform/recursive_lock.h"
+#include "../platform/export.h"
+#include "../platform/recursive_lock.h"
 
 class KELULIB_API ObjLock {
  public:

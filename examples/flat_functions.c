@@ -1,5 +1,6 @@
 /* The flat functions from C: whole buffers between a local character set,
- * UTF-8 and UTF-16, and the unit sizes of a character set. */
+ * UTF-8 and UTF-16, the unit sizes of a character set, and the names of
+ * the character sets. */
 #include <KelULib.h>
 
 #include <stdio.h>
@@ -34,5 +35,11 @@ int main(void) {
 
   printf("Largest unit in UTF-8: %u bytes; UTF-16's zero: %u bytes\n",
          (unsigned)GetMaxUnitSize(KelCS_UTF8), (unsigned)GetNullCharSize(KelCS_UTF16));
+
+  /* Character sets by name: the name belongs to the library, never free it.
+   * Names match exactly; anything unknown is KelCS_OS_DEFAULT (-2). */
+  printf("Name of %d: %s; id of \"KelCS_SHIFTJIS\": %d; of \"utf8\": %d\n",
+         (int)KelCS_WCP1252, KelCharSetToString(KelCS_WCP1252),
+         (int)KelCharSetFromString("KelCS_SHIFTJIS"), (int)KelCharSetFromString("utf8"));
   return 0;
 }

@@ -18,8 +18,8 @@
 
 #include <stddef.h>
 
-#include "charset/charset_id.h"
-#include "platform/export.h"
+#include "../charset/charset_id.h"
+#include "../platform/export.h"
 
 #ifdef __cplusplus
 extern "C" {

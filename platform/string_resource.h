@@ -8,7 +8,7 @@
 #ifndef KELULIB_PLATFORM_STRING_RESOURCE_H_
 #define KELULIB_PLATFORM_STRING_RESOURCE_H_
 
-#include "charset/charset_id.h"
+#include "../charset/charset_id.h"
 
 #ifdef _WIN32
 struct HINSTANCE__;

@@ -9,8 +9,11 @@ Unicode scalar. A code is the character's bytes read as a big-endian number;
 the 94x94 national sets (GB2312, KSX1001, JIS0208, JIS0212) store row/cell
 codes (both bytes 0x21-0x7E). Records are written in ascending code order.
 
-For each table the generator asserts: no code 0, no code and no Unicode
-value twice, and the record count and byte size the library expects.
+For each table the generator asserts: no code 0, no code twice, no Unicode
+value twice (except the four shared values of BIG5, each of whose higher
+code must be what Python's codec encodes it to, since the loader's reverse
+map takes the higher code), and the record count and byte size the library
+expects.
 
 Inputs: Python 3 standard library codecs, and ICU's converter data through
 ctypes (libicuuc) for the three IBM round-trip tables CP874, CP932 and CP950.
@@ -78,12 +81,12 @@ def row_cell(table):
     return {code - 0x8080: scalar for code, scalar in table.items()}
 
 
-def drop_ambiguous_values(table):
-    """Removes every code whose Unicode value another code shares."""
-    seen = {}
-    for scalar in table.values():
-        seen[scalar] = seen.get(scalar, 0) + 1
-    return {code: scalar for code, scalar in table.items() if seen[scalar] == 1}
+def shared_values(table):
+    """{scalar: [codes]} for every Unicode value that more than one code has."""
+    codes = {}
+    for code, scalar in table.items():
+        codes.setdefault(scalar, []).append(code)
+    return {scalar: sorted(c) for scalar, c in codes.items() if len(c) > 1}
 
 
 SINGLE_BYTES = span(0x01, 0xFF)
@@ -230,10 +233,20 @@ def cp949():
     return table
 
 
+# The Unicode values that two BIG5 codes decode to, with both codes; the
+# loader writes the higher one, which is what Python's codec encodes.
+BIG5_SHARED = {0xFF0F: [0xA1FE, 0xA241], 0xFF3C: [0xA240, 0xA242],
+               0x5341: [0xA2CC, 0xA451], 0x5345: [0xA2CE, 0xA4CA]}
+
+
 def big5():
     trails = list(span(0x40, 0x7E)) + list(span(0xA1, 0xFE))
-    return drop_ambiguous_values(
-        decode_codes("big5", list(SINGLE_BYTES) + pairs(span(0x81, 0xFE), trails)))
+    table = decode_codes("big5", list(SINGLE_BYTES) + pairs(span(0x81, 0xFE), trails))
+    assert shared_values(table) == BIG5_SHARED, "BIG5: other shared values than expected"
+    for scalar, codes in BIG5_SHARED.items():
+        assert code_bytes(max(codes)) == chr(scalar).encode("big5"), \
+            f"BIG5: Python encodes U+{scalar:04X} otherwise than the loader's rule"
+    return table
 
 
 def shiftjis():
@@ -314,10 +327,11 @@ TABLES = [
      "rows C9A1-C9FE, FEA1-FEFE -> U+E000-U+E0BB; 0x80 -> U+0080, 0xFF -> U+F8F7"),
     ("CP950", 16, 20202, 80812, lambda icu: ascii_identity(icu.round_trip("ibm-950_P110-1999", True)),
      ICU_NOTE.format("ibm-950_P110-1999")),
-    ("BIG5", 16, 13829, 55320, lambda icu: big5(),
+    ("BIG5", 16, 13837, 55352, lambda icu: big5(),
      "Python `big5`, single bytes and pairs 0x81-0xFE x 0x40-0x7E/0xA1-0xFE that decode, "
-     "without the 8 codes whose Unicode value occurs twice (A1FE, A240, A241, A242, A2CC, "
-     "A2CE, A451, A4CA)"),
+     "whole: four Unicode values have two codes each (A1FE and A241 decode to U+FF0F, A240 "
+     "and A242 to U+FF3C, A2CC and A451 to U+5341, A2CE and A4CA to U+5345); the higher "
+     "code of each is written (A241, A242, A451, A4CA, as Python encodes them)"),
     ("SHIFTJIS", 16, 7068, 28276, lambda icu: shiftjis(),
      "the JIS0201 records plus Python `shift_jis` pairs (lead 0x81-0x9F/0xE0-0xFC, trail "
      "0x40-0x7E/0x80-0xFC), with 0x815F -> U+005C"),
@@ -342,7 +356,8 @@ TABLES = [
 def encode(name, form, table, records, size):
     assert 0 not in table, f"{name}: code 0"
     assert all(0 < code <= 0xFFFF for code in table), f"{name}: code out of range"
-    assert len(set(table.values())) == len(table), f"{name}: a Unicode value occurs twice"
+    allowed_shared = BIG5_SHARED if name == "BIG5" else {}
+    assert shared_values(table) == allowed_shared, f"{name}: a Unicode value occurs twice"
     limit = 0xFFFF if form == 16 else 0x10FFFF
     assert all(0 < scalar <= limit for scalar in table.values()), f"{name}: value out of range"
     assert len(table) == records, f"{name}: {len(table)} records, expected {records}"
@@ -366,8 +381,16 @@ little-endian records, 4 bytes (uint16 code, uint16 UTF-16 unit) or, for
 `SJIS0213` only, 6 bytes packed (uint16 code, uint32 Unicode scalar), in
 ascending code order, ended by an all-zero record. The 94x94 sets (GB2312,
 KSX1001, JIS0208, JIS0212) hold row/cell codes (the EUC bytes minus 0x8080).
-In every table no code and no Unicode value occurs twice, and code 0 never
-appears.
+No code occurs twice in a table, and code 0 never appears.
+
+A Unicode value occurs twice in one table only: in `BIG5`, four values have
+two codes each, and both codes decode to the value. The reverse map (Unicode
+to code) takes the higher of two codes that share a value, whatever the
+order of their records, so each of those four values is written as its
+higher code, as Python's `big5` codec writes it. (Of two records with the
+same code, the later one's value would win; no table has such records.)
+`BIG5` used to leave out all eight of those codes (13,829 records), so that
+十 and 卅 neither read nor wrote; it now holds Python's `big5` whole.
 
 Inputs of this generation: Python {python} (standard library codecs named
 below) and ICU {icu} (`{icu_library}`, with its built-in converter data)

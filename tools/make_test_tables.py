@@ -21,6 +21,8 @@ SYNTH_SBCS = [
     (0x0181, 0x00E9),  # high byte of the code ignored: byte 0x81 <-> U+00E9
     (0x0082, 0x20AC),  # same unit again: 0x82 is what U+20AC converts to
     (0x00C0, 0x2604),  # same code again: 0xC0 converts to U+2604
+    (0x0090, 0x2020),  # U+2020 from the higher byte, listed first ...
+    (0x0085, 0x2020),  # ... and the lower byte after it: 0x90 is what U+2020 converts to
     (0x00FF, 0x0000),  # unit 0: byte 0xFF stays unmapped (not a terminator)
     (0x0100, 0x0000),  # code byte 0 and unit 0: ends the table
     (0x0042, 0x0042),  # after the end: never read
@@ -36,8 +38,10 @@ SYNTH_DBCS = [
     (0x8140, 0x3000),  # pair <-> U+3000
     (0x0041, 0x0041),  # single byte A <-> U+0041
     (0x8142, 0x4E00),  # code 0x8142, replaced below
-    (0x8150, 0x20AC),  # U+20AC, reverse replaced below
-    (0x0080, 0x20AC),  # same unit again: 0x80 is what U+20AC converts to
+    (0x8150, 0x20AC),  # U+20AC from the higher code, listed first ...
+    (0x0080, 0x20AC),  # ... same unit again, lower code: 0x8150 is what U+20AC converts to
+    (0x8143, 0x3005),  # U+3005 from the lower code, listed first ...
+    (0x8144, 0x3005),  # ... same unit again, higher code: 0x8144 is what U+3005 converts to
     (0x8142, 0x4E01),  # same code again: 0x8142 converts to U+4E01
     (0x0100, 0x0000),  # unit 0 but code not 0: not the end
     (0x0000, 0x0042),  # code 0 but unit not 0: not the end
@@ -54,8 +58,10 @@ SYNTH_DBCS_EX = [
     (0x8142, 0x10FFFF),    # last scalar of plane 16
     (0x8143, 0x110000),    # beyond plane 16: code -> scalar only
     (0x8144, 0xFFFFFFFF),  # far beyond: code -> scalar only
-    (0x8145, 0x2A6B2),     # scalar U+2A6B2, reverse replaced below
-    (0x8146, 0x2A6B2),     # same scalar again: U+2A6B2 converts to 0x8146
+    (0x8145, 0x2A6B2),     # scalar U+2A6B2 from the lower code ...
+    (0x8146, 0x2A6B2),     # same scalar again, higher code: U+2A6B2 converts to 0x8146
+    (0x814A, 0x1F602),     # scalar U+1F602 from the higher code ...
+    (0x8149, 0x1F602),     # same scalar again, lower code: U+1F602 converts to 0x814A
     (0x8147, 0x1F600),     # code 0x8147, replaced below
     (0x8147, 0x1F601),     # same code again: 0x8147 converts to U+1F601
     (0x0000, 0x0000),      # ends the table

@@ -10,9 +10,9 @@
 
 #include <cstdint>
 
-#include "charset/charset_id.h"
-#include "platform/export.h"
-#include "uchar/uchar_table.h"
+#include "../charset/charset_id.h"
+#include "../platform/export.h"
+#include "uchar_table.h"
 
 class KELULIB_API KelUChar {
  public:

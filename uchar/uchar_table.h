@@ -8,9 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "charset/charset_id.h"
-#include "charset/obj_lock.h"
-#include "platform/export.h"
+#include "../charset/charset_id.h"
+#include "../charset/obj_lock.h"
+#include "../platform/export.h"
 
 namespace kelulib {
 template <typename Entry, size_t kPageCount>

@@ -32,9 +32,9 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "charset/charset_id.h"
-#include "platform/export.h"
-#include "platform/string_resource.h"
+#include "../charset/charset_id.h"
+#include "../platform/export.h"
+#include "../platform/string_resource.h"
 
 class KelCharSetConverter;
 class KelUStringList;
@@ -625,6 +625,6 @@ KELULIB_API bool operator<=(const char* narrow, const KelUString& s);
 KELULIB_API bool operator>=(const char* narrow, const KelUString& s);
 
 // split() returns lists: users of KelUString get KelUStringList as well.
-#include "ustring/ustring_list.h"
+#include "ustring_list.h"
 
 #endif  // KELULIB_USTRING_USTRING_H_

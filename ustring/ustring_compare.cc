@@ -12,6 +12,17 @@ KelUString osText(const char* s) { return KelUString(s, KelCS_OS_DEFAULT); }
 
 int orderOf(wchar16 a, wchar16 b) { return a > b ? 1 : -1; }
 
+// How many of the first n units of s come before its terminator: the text
+// that an N form compares with. Measured before the temporary is built, so
+// that the temporary reserves only that much, whatever n is (n = npos means
+// the whole text).
+size_t prefixLength(const wchar16* s, size_t n) {
+  if (s == nullptr) return 0;
+  size_t length = 0;
+  while (length < n && s[length] != 0) ++length;
+  return length;
+}
+
 }  // namespace
 
 // --- The two primitives -----------------------------------------------------
@@ -89,7 +100,9 @@ bool KelUString::equalNoCase(const char* s, KelCharSet cs) const {
   return equalNoCase(KelUString(s, cs));
 }
 
-bool KelUString::equalN(const wchar16* s, size_t n) const { return equal(KelUString(s, n)); }
+bool KelUString::equalN(const wchar16* s, size_t n) const {
+  return equal(KelUString(s, prefixLength(s, n)));
+}
 
 bool KelUString::equalN(const char* s, size_t n, KelCharSet cs) const {
   return equal(KelUString(s, n, cs));
@@ -100,7 +113,7 @@ bool KelUString::equalN(const KelUString& s, size_t pos, size_t n) const {
 }
 
 bool KelUString::equalNoCaseN(const wchar16* s, size_t n) const {
-  return equalNoCase(KelUString(s, n));
+  return equalNoCase(KelUString(s, prefixLength(s, n)));
 }
 
 bool KelUString::equalNoCaseN(const char* s, size_t n, KelCharSet cs) const {

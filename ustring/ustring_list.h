@@ -11,9 +11,9 @@
 #include <cstddef>
 #include <vector>
 
-#include "charset/charset_id.h"
-#include "platform/export.h"
-#include "ustring/ustring.h"
+#include "../charset/charset_id.h"
+#include "../platform/export.h"
+#include "ustring.h"
 
 class KELULIB_API KelUStringList {
  public:

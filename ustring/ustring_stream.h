@@ -14,8 +14,8 @@
 
 #include <iosfwd>
 
-#include "platform/export.h"
-#include "ustring/ustring.h"
+#include "../platform/export.h"
+#include "ustring.h"
 
 // Writes the text in the OS character set (what it cannot express
 // replaced) through the standard inserter, so width, fill and adjustment

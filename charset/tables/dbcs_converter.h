@@ -12,7 +12,7 @@
 
 #include <cstddef>
 
-#include "charset/tables/mbcs_converter.h"
+#include "mbcs_converter.h"
 
 // The byte classes of a double-byte set: bit 0x40 of entry b marks a lead
 // byte, bit 0x80 a trail byte; the other bits are not read.

@@ -7,7 +7,7 @@
 
 #include <cstddef>
 
-#include "charset/tables/mbcs_converter.h"
+#include "mbcs_converter.h"
 
 class KELULIB_API KelCharSetConverterEUC_CN_KR : public KelCharSetConverterMBCS {
  public:

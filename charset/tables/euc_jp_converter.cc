@@ -30,7 +30,7 @@ void KelCharSetConverterEUC_JP::load() {
     auto* supplementary = new (std::nothrow) Tables();
     if (supplementary != nullptr && supplementary->load(m_jis0212Name)) {
       Tables* main = tablesToExtend();
-      if (main != nullptr) main->load(m_jis0201Name);
+      if (main != nullptr) main->merge(m_jis0201Name);
     }
     return supplementary;
   });
@@ -64,21 +64,41 @@ kelulib::KelDecoded KelCharSetConverterEUC_JP::decodeAt(const unsigned char* in)
   return {unit, unit != 0 ? length : 1, true};
 }
 
+namespace {
+
+// Whether the `needed` bytes of a sequence starting at `in` are all there:
+// within the `left` bytes of a counted text, or, for a text counted up to
+// its zero byte (srcBytes (size_t)-1), before that zero.
+bool sequenceIsWhole(const unsigned char* in, size_t needed, size_t left, bool upToTheZero) {
+  if (left < needed) return false;
+  if (!upToTheZero) return true;
+  for (size_t k = 1; k < needed; ++k) {
+    if (in[k] == 0) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
 size_t KelCharSetConverterEUC_JP::getNumUnits(void const* src, size_t srcBytes) {
   if (src == nullptr) return 0;
   load();
   const auto* in = static_cast<const unsigned char*>(src);
+  // The maximal count is the text up to its zero byte: a sequence that the
+  // zero cuts is not counted, as one that a smaller count cuts.
+  const bool upToTheZero = srcBytes == static_cast<size_t>(-1);
   size_t units = 0;
   for (size_t i = 0; i < srcBytes && in[i] != 0; ++units) {
     const unsigned char b = in[i];
-    const size_t left = srcBytes - i;
     if (isCS0(b)) {
       i += 1;
-    } else if (isSS2(b)) {
-      if (left < 2) break;
+      continue;
+    }
+    const size_t needed = isSS3(b) ? 3 : 2;
+    if (!sequenceIsWhole(in + i, needed, srcBytes - i, upToTheZero)) break;
+    if (isSS2(b)) {
       i += isValidSS2(in[i + 1]) ? 2 : 1;
     } else {
-      if (left < (isSS3(b) ? 3u : 2u)) break;
       i += decodeAt(in + i).length;
     }
   }

@@ -17,7 +17,7 @@
 #include <atomic>
 #include <cstddef>
 
-#include "charset/tables/mbcs_converter.h"
+#include "mbcs_converter.h"
 
 namespace kelulib {
 struct KelDecoded;

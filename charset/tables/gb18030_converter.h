@@ -16,7 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "charset/tables/mbcs_converter.h"
+#include "mbcs_converter.h"
 
 namespace kelulib {
 struct KelDecoded;

@@ -2,6 +2,10 @@
 // records without header, ended by a record whose fields are all zero.
 //   16/16 form: 4 bytes, code (uint16) then UTF-16 unit (uint16).
 //   16/32 form: 6 bytes, packed: code (uint16) then scalar (uint32).
+// Records may come in any order. When two records of a table share a
+// Unicode value (BIG5 has four such values), every loader makes the higher
+// code the one that value converts to, whatever the order of the records;
+// both codes convert to the value.
 #ifndef KELULIB_CHARSET_TABLES_MAPPING_RECORDS_H_
 #define KELULIB_CHARSET_TABLES_MAPPING_RECORDS_H_
 

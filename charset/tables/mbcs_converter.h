@@ -16,7 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "charset/converter.h"
+#include "../converter.h"
 
 namespace kelulib {
 template <typename UnicodeValue>

@@ -12,16 +12,39 @@ void KelMultiByteTables<Record, kReversePageCount>::add(uint16_t code, Unicode u
 }
 
 template <typename Record, size_t kReversePageCount>
-bool KelMultiByteTables<Record, kReversePageCount>::load(const char* tableName) {
+void KelMultiByteTables<Record, kReversePageCount>::addKeepingHigherCode(uint16_t code,
+                                                                        Unicode unicode) {
+  m_toUnicode.set(code, unicode);
+  if (unicode < kReverseLimit && m_fromUnicode.get(unicode) < code) {
+    m_fromUnicode.set(unicode, code);
+  }
+}
+
+template <typename Record, size_t kReversePageCount>
+template <typename Store>
+bool KelMultiByteTables<Record, kReversePageCount>::readRecords(const char* tableName,
+                                                                Store store) {
   ResourceBytes bytes;
   if (!findMappingTable(tableName, &bytes)) return false;
-  forEachRecord<Record>(bytes.data, bytes.size, [this](Record record) {
+  forEachRecord<Record>(bytes.data, bytes.size, [&store](Record record) {
     if (record.code == 0 && record.unicode == 0) return false;
-    add(record.code, record.unicode);
+    store(record.code, record.unicode);
     return true;
   });
   m_asciiMapsToItself = computeAsciiMapsToItself();
   return true;
+}
+
+template <typename Record, size_t kReversePageCount>
+bool KelMultiByteTables<Record, kReversePageCount>::load(const char* tableName) {
+  return readRecords(tableName, [this](uint16_t code, Unicode unicode) {
+    addKeepingHigherCode(code, unicode);
+  });
+}
+
+template <typename Record, size_t kReversePageCount>
+bool KelMultiByteTables<Record, kReversePageCount>::merge(const char* tableName) {
+  return readRecords(tableName, [this](uint16_t code, Unicode unicode) { add(code, unicode); });
 }
 
 template <typename Record, size_t kReversePageCount>

@@ -10,6 +10,14 @@
 //
 // Creating the object allocates both directories, every page absent (a
 // lookup reads 0, "no mapping"); pages are allocated on their first store.
+//
+// Records that share a value: of two records of one table with the same
+// Unicode value, the reverse map keeps the higher code, whatever the order
+// of the records, so that a table that is not one-to-one (BIG5) converts to
+// the same code however it is stored. Of two records with the same code,
+// the later one's value wins (no shipped table has such records). A table
+// merged into loaded ones (EUC-JP's JIS X 0201, merge()) replaces their
+// reverse entries for the values it maps.
 // The object does no locking: a converter creates and loads it under its
 // own lock, once, and only reads it afterwards.
 #ifndef KELULIB_CHARSET_TABLES_MBCS_TABLES_H_
@@ -45,12 +53,19 @@ class KelMultiByteTables {
   // allocated drops that one store.
   void add(uint16_t code, Unicode unicode);
 
-  // Adds the records of the UNICODEMAP table `tableName` in the order they
-  // are stored, up to the record whose code and value are both 0, so that
-  // of two records with the same code, or the same value, the later one
-  // wins. Returns false, adding nothing, when there is no such table (or
+  // Adds the records of the UNICODEMAP table `tableName` up to the record
+  // whose code and value are both 0: code -> unicode replacing an earlier
+  // value, unicode -> code unless the reverse map already holds a higher
+  // code for it (so the highest code of a shared value wins, in any record
+  // order). Returns false, adding nothing, when there is no such table (or
   // `tableName` is null).
   bool load(const char* tableName);
+
+  // Adds the records of `tableName` as add() does, each replacing what the
+  // tables hold for its code and its value: a table merged into loaded ones
+  // takes over the values they share. Returns false, adding nothing, when
+  // there is no such table.
+  bool merge(const char* tableName);
 
   // True when load() found the bytes and units 0x01-0x7F mapped to
   // themselves in both directions, so that runs of ASCII can be copied
@@ -62,6 +77,14 @@ class KelMultiByteTables {
   size_t reversePages() const { return m_fromUnicode.allocatedPages(); }
 
  private:
+  // Reads the records of `tableName` up to the terminator into `store`;
+  // false when there is no such table.
+  template <typename Store>
+  bool readRecords(const char* tableName, Store store);
+
+  // Stores unicode -> code unless a higher code is there already.
+  void addKeepingHigherCode(uint16_t code, Unicode unicode);
+
   bool computeAsciiMapsToItself() const;
 
   ForwardTable m_toUnicode;

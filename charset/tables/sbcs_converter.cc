@@ -61,7 +61,9 @@ void KelCharSetConverterSBCS::loadFromMappingTable() {
         const auto code = static_cast<unsigned char>(record.code & 0xFF);
         if (code == 0 && record.unicode == 0) return false;
         table[code] = record.unicode;
-        reverse->set(record.unicode, code);  // a failed page allocation drops this entry only
+        // Of two bytes with the same unit, the higher one is written, in any
+        // record order. A failed page allocation drops this entry only.
+        if (reverse->get(record.unicode) < code) reverse->set(record.unicode, code);
         return true;
       });
   m_fromUnicode.store(reverse, std::memory_order_release);

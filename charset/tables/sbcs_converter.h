@@ -11,7 +11,7 @@
 #include <atomic>
 #include <cstddef>
 
-#include "charset/converter.h"
+#include "../converter.h"
 
 namespace kelulib {
 template <typename Entry, size_t kPageCount>

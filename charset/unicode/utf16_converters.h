@@ -10,7 +10,7 @@
 #ifndef KELULIB_CHARSET_UNICODE_UTF16_CONVERTERS_H_
 #define KELULIB_CHARSET_UNICODE_UTF16_CONVERTERS_H_
 
-#include "charset/converter.h"
+#include "../converter.h"
 
 class KELULIB_API KelCharSetConverterUTF16 : public KelCharSetConverter {
  public:

@@ -4,7 +4,7 @@
 #ifndef KELULIB_CHARSET_UNICODE_UTF32_CONVERTER_H_
 #define KELULIB_CHARSET_UNICODE_UTF32_CONVERTER_H_
 
-#include "charset/converter.h"
+#include "../converter.h"
 
 class KELULIB_API KelCharSetConverterUTF32 : public KelCharSetConverter {
  public:

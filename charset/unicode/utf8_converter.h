@@ -8,7 +8,7 @@
 #ifndef KELULIB_CHARSET_UNICODE_UTF8_CONVERTER_H_
 #define KELULIB_CHARSET_UNICODE_UTF8_CONVERTER_H_
 
-#include "charset/converter.h"
+#include "../converter.h"
 
 class KELULIB_API KelCharSetConverterUTF8 : public KelCharSetConverter {
  public:

@@ -1,52 +1,46 @@
-# Makes the binary packages with CPack and lists what they hold: the
-# versioned library and its SONAME link, the headers, the CMake package,
-# kelulib.pc, kelconv and its manual page.
-#   cmake -DBUILD_DIR=... -DWORK_DIR=... -DCPACK=... [-DDPKG_DEB=...] -P run_cpack_test.cmake
-
-function(run output_variable)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  if(NOT result EQUAL 0)
-    string(REPLACE ";" " " command "${ARGN}")
-    message(FATAL_ERROR "failed (${result}): ${command}\n${out}\n${err}")
-  endif()
-  set(${output_variable} "${out}" PARENT_SCOPE)
-endfunction()
-
-function(expect_entries listing package)
-  foreach(entry IN ITEMS
-      "lib/libKelULibDll.so.1"
-      "lib/libKelULibDll.so"
-      "include/KelULib/KelULib.h"
-      "include/KelULib/charset/converter.h"
-      "lib/cmake/KelULib/KelULibConfig.cmake"
-      "lib/pkgconfig/kelulib.pc"
-      "bin/kelconv"
-      "share/man/man1/kelconv.1")
-    string(FIND "${listing}" "${entry}" found)
-    if(found EQUAL -1)
-      message(FATAL_ERROR "${package} lacks ${entry}:\n${listing}")
-    endif()
-  endforeach()
-endfunction()
+# Makes the tarball with CPack, checks what it holds (the versioned library
+# and its SONAME link, the headers, the CMake package, kelulib.pc, kelconv
+# and its manual page, the licence), unpacks it elsewhere, runs its kelconv
+# and builds and runs the consumer project against it (find_package and
+# pkg-config).
+#   cmake -DBUILD_DIR=... -DWORK_DIR=... -DCPACK=... -DCONSUMER_SOURCE_DIR=...
+#         [compilers, flags, generator, PKG_CONFIG] -P run_cpack_test.cmake
+include("${CMAKE_CURRENT_LIST_DIR}/consumer_checks.cmake")
 
 file(REMOVE_RECURSE "${WORK_DIR}")
 file(MAKE_DIRECTORY "${WORK_DIR}")
-run(ignored "${CPACK}" --config "${BUILD_DIR}/CPackConfig.cmake" -B "${WORK_DIR}" -G TGZ)
+run("${CPACK}" --config "${BUILD_DIR}/CPackConfig.cmake" -B "${WORK_DIR}" -G TGZ)
 file(GLOB tarball "${WORK_DIR}/*.tar.gz")
-run(listing "${CMAKE_COMMAND}" -E tar tf "${tarball}")
+execute_process(COMMAND "${CMAKE_COMMAND}" -E tar tf "${tarball}" OUTPUT_VARIABLE listing
+                RESULT_VARIABLE result)
+if(NOT result EQUAL 0 OR NOT tarball)
+  message(FATAL_ERROR "CPack made no readable tarball in ${WORK_DIR}")
+endif()
 message("${tarball}:\n${listing}")
-expect_entries("${listing}" "${tarball}")
+foreach(entry IN ITEMS
+    "/${INSTALL_LIBDIR}/libKelULibDll.so.1"
+    "/${INSTALL_LIBDIR}/libKelULibDll.so"
+    "/include/KelULib.h"
+    "/include/KelULib/KelULib.h"
+    "/include/KelULib/charset/converter.h"
+    "/${INSTALL_LIBDIR}/cmake/KelULib/KelULibConfig.cmake"
+    "/${INSTALL_LIBDIR}/pkgconfig/kelulib.pc"
+    "/bin/kelconv"
+    "/share/man/man1/kelconv.1"
+    "/share/doc/kelulib/LICENSE")
+  string(FIND "${listing}" "${entry}" found)
+  if(found EQUAL -1)
+    message(FATAL_ERROR "${tarball} lacks ${entry}")
+  endif()
+endforeach()
 
-run(ignored "${CPACK}" --config "${BUILD_DIR}/CPackConfig.cmake" -B "${WORK_DIR}" -G DEB)
-file(GLOB deb "${WORK_DIR}/*.deb")
-if(NOT deb)
-  message(FATAL_ERROR "CPack made no .deb")
-endif()
-if(DPKG_DEB)
-  run(listing "${DPKG_DEB}" --contents "${deb}")
-  run(control "${DPKG_DEB}" --field "${deb}" Package Version Depends)
-  message("${deb}:\n${control}\n${listing}")
-  expect_entries("${listing}" "${deb}")
-else()
-  message("${deb} made; dpkg-deb is not here to list it")
-endif()
+# Unpacked in a folder of its own, far from where it was built.
+set(unpacked "${WORK_DIR}/unpacked")
+file(MAKE_DIRECTORY "${unpacked}")
+run("${CMAKE_COMMAND}" -E chdir "${unpacked}" "${CMAKE_COMMAND}" -E tar xf "${tarball}")
+file(GLOB root LIST_DIRECTORIES true "${unpacked}/*")
+run("${root}/bin/kelconv" --version)
+check_installed_headers("${root}/include")
+build_consumer(tarball "-DCMAKE_PREFIX_PATH=${root}")
+pkg_config_consumer(tarball "${root}/${INSTALL_LIBDIR}/pkgconfig" "${root}/${INSTALL_LIBDIR}"
+                    "${root}/include")

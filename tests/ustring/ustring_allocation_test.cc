@@ -71,6 +71,31 @@ TEST(KelUStringAllocation, EditsUpTo257UnitsAllocateNothing) {
   EXPECT_EQ(counter.count(), 0u);
 }
 
+// Regression: the N forms reserved n units for their temporary, whatever
+// the length of the argument.
+TEST(EqualNStopsAtTerminatorAllocation, ArgumentsUpTo257UnitsAllocateNothingWhateverN) {
+  const std::u16string& text = text257();
+  const KelUString s(text.c_str());
+  const KelUString shorter(u"abc");
+  AllocationCounter counter;
+  for (size_t n : {size_t{257}, size_t{258}, size_t{100000}, size_t{1} << 40, KelUString::npos}) {
+    EXPECT_TRUE(s.equalN(text.c_str(), n)) << n;
+    EXPECT_TRUE(s.equalNoCaseN(text.c_str(), n)) << n;
+    EXPECT_TRUE(shorter.equalN(u"abc", n)) << n;
+    EXPECT_TRUE(shorter.equalNoCaseN(u"ABC", n)) << n;
+  }
+  EXPECT_EQ(counter.count(), 0u);
+}
+
+TEST(EqualNStopsAtTerminatorAllocation, LongerArgumentAllocatesItsLengthOnly) {
+  const std::u16string text = lettersOfLength(300);
+  const KelUString s(text.c_str());
+  AllocationCounter counter;
+  EXPECT_TRUE(s.equalN(text.c_str(), KelUString::npos));
+  EXPECT_EQ(counter.count(), 1u);
+  EXPECT_EQ(counter.lastSize(), 2u * 301u);
+}
+
 TEST(KelUStringAllocation, Unit258AllocatesOneExactBlock) {
   const std::u16string text = lettersOfLength(258);
   AllocationCounter counter;

@@ -197,6 +197,30 @@ TEST(KelUStringEqual, NoCaseNForms) {
   EXPECT_TRUE(KelUString(u"BC").equalNoCaseN(KelUString(u"abcd"), 1, 2));
 }
 
+// Regression: the temporary was built with room for n units, so npos threw
+// std::bad_alloc and a large n allocated n units for a short text.
+TEST(EqualNStopsAtTerminator, NposComparesWithTheWholeText) {
+  EXPECT_TRUE(KelUString(u"abc").equalN(u"abc", KelUString::npos));
+  EXPECT_FALSE(KelUString(u"ab").equalN(u"abc", KelUString::npos));
+  EXPECT_TRUE(KelUString(u"ABC").equalNoCaseN(u"abc", KelUString::npos));
+  EXPECT_FALSE(KelUString(u"ABC").equalNoCaseN(u"abcd", KelUString::npos));
+}
+
+TEST(EqualNStopsAtTerminator, CountBeyondTheTextComparesWithTheWholeText) {
+  const size_t huge = size_t{1} << 60;  // far more than could ever be allocated
+  EXPECT_TRUE(KelUString(u"abc").equalN(u"abc", huge));
+  EXPECT_FALSE(KelUString(u"abcd").equalN(u"abc", huge));
+  EXPECT_TRUE(KelUString(u"abc").equalNoCaseN(u"ABC", huge));
+  EXPECT_TRUE(KelUString().equalN(u"", huge));
+  EXPECT_TRUE(KelUString().equalNoCaseN(static_cast<const wchar16*>(nullptr), huge));
+}
+
+TEST(EqualNStopsAtTerminator, EmbeddedZeroEndsTheArgument) {
+  const wchar16 text[] = {u'a', u'b', 0, u'c', 0};
+  EXPECT_TRUE(KelUString(u"ab").equalN(text, 4));
+  EXPECT_TRUE(KelUString(u"AB").equalNoCaseN(text, 4));
+}
+
 TEST(KelUStringEqual, LongArgumentsAreHandled) {
   const std::u16string text = lettersOfLength(1000);
   const KelUString s(text.c_str());

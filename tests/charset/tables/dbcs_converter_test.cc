@@ -60,6 +60,23 @@ TEST(DoubleByteConverters, AreDistinctObjects) {
   }
 }
 
+// --- Big5's characters with two codes -------------------------------------------
+
+// Regression: the Big5 table left out both codes of each character that has
+// two, so 十 (U+5341) and 卅 (U+5345) neither read nor wrote. Expected bytes
+// are Python's big5 codec's.
+TEST(Big5SharedCharacters, BothCodesOfEachReadAsTheCharacter) {
+  EXPECT_TRUE(wrote(decodeRun(converter(KelCS_BIG5), "\xA4\x51\xA4\xCA\xA2\xCC\xA2\xCE"),
+                    u"\u5341\u5345\u5341\u5345", false));
+  EXPECT_TRUE(wrote(decodeRun(converter(KelCS_BIG5), "\xA1\xFE\xA2\x41\xA2\x40\xA2\x42"),
+                    u"\uFF0F\uFF0F\uFF3C\uFF3C", false));
+}
+
+TEST(Big5SharedCharacters, EachIsWrittenAsItsHigherCode) {
+  EXPECT_TRUE(wrote(encodeRun(converter(KelCS_BIG5), u"\u5341\u5345\uFF0F\uFF3C"),
+                    "\xA4\x51\xA4\xCA\xA2\x41\xA2\x42", false));
+}
+
 // --- getNumUnits --------------------------------------------------------------
 
 TEST(DoubleByteGetNumUnits, NullSourceCountsZero) {

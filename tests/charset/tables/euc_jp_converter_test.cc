@@ -62,6 +62,30 @@ TEST(EucJpGetNumUnits, SingleShiftThreeWithFewerThanThreeBytesLeftEndsTheCount) 
   EXPECT_EQ(eucJp().getNumUnits("A\x8F\xA2\xAF", 3), 1u);
 }
 
+// Regression: with the maximal count ("up to the zero byte"), a sequence
+// that the zero byte cuts was counted as one unit.
+TEST(EucJpGetNumUnitsStopsBeforeCutSequence, SingleShiftTwoBeforeTheZero) {
+  EXPECT_EQ(eucJp().getNumUnits("A\x8E", kUpToTheZero), 1u);
+  EXPECT_EQ(eucJp().getNumUnits("\x8E", kUpToTheZero), 0u);
+}
+
+TEST(EucJpGetNumUnitsStopsBeforeCutSequence, LeadByteBeforeTheZero) {
+  EXPECT_EQ(eucJp().getNumUnits("A\xA4", kUpToTheZero), 1u);
+  EXPECT_EQ(eucJp().getNumUnits("\xA4\xA2\xFF", kUpToTheZero), 1u);
+}
+
+TEST(EucJpGetNumUnitsStopsBeforeCutSequence, SingleShiftThreeBeforeTheZero) {
+  EXPECT_EQ(eucJp().getNumUnits("A\x8F", kUpToTheZero), 1u);
+  EXPECT_EQ(eucJp().getNumUnits("A\x8F\xA2", kUpToTheZero), 1u);
+  EXPECT_EQ(eucJp().getNumUnits("A\x8F\xA2\xAF", kUpToTheZero), 2u);
+}
+
+TEST(EucJpGetNumUnitsStopsBeforeCutSequence, ByteAfterAnUnmappedPairBeforeTheZero) {
+  // JIS X 0208 row 0x29 is empty: 0xA9 counts alone, and 0xA1 is then a
+  // lead byte that the zero cuts.
+  EXPECT_EQ(eucJp().getNumUnits("\xA9\xA1", kUpToTheZero), 1u);
+}
+
 TEST(EucJpGetNumUnits, SingleShiftTwoBeforeANonKatakanaByteCountsAlone) {
   EXPECT_EQ(eucJp().getNumUnits("\x8E"
                                 "A",
@@ -70,8 +94,9 @@ TEST(EucJpGetNumUnits, SingleShiftTwoBeforeANonKatakanaByteCountsAlone) {
 }
 
 TEST(EucJpGetNumUnits, UnmappedPairCountsItsFirstByteAlone) {
-  // JIS X 0208 row 0x29 is empty: 0xA9 0xA1 is two characters.
-  EXPECT_EQ(eucJp().getNumUnits("\xA9\xA1", kUpToTheZero), 2u);
+  // JIS X 0208 row 0x29 is empty: 0xA9 counts alone, then 0xA1 0xA2 (U+3001)
+  // is one character.
+  EXPECT_EQ(eucJp().getNumUnits("\xA9\xA1\xA2", kUpToTheZero), 2u);
 }
 
 TEST(EucJpGetNumUnits, StopsAtZeroByte) {

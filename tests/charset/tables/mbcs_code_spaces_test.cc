@@ -275,8 +275,7 @@ const std::vector<EncodeDifference> kIbmControlsEncode = {
     {0x1A, 0x1A, 0x1A, 0x7F}, {0x1C, 0x1C, 0x1C, 0x1A}, {0x7F, 0x7F, 0x7F, 0x1C}};
 
 // Glibc's Big5 follows the later Big5 tables, the library's table the
-// classic unicode.org one (Python's big5) without the codes that share a
-// character with another.
+// classic unicode.org one (Python's big5), whole.
 const std::vector<DecodeDifference> kBig5Differences = {
     // glibc passes 0x80 through.
     {0x80, 0x80, 0, 0x80},
@@ -289,16 +288,11 @@ const std::vector<DecodeDifference> kBig5Differences = {
     {0xA1F3, 0xA1F3, 0x2609, 0x2299},
     {0xA244, 0xA244, 0x00A5, 0xFFE5},
     {0xA246, 0xA247, 0x00A2, 0xFFE0},
-    // The four pairs of codes that share a character (U+FF0F, U+FF3C,
-    // U+5341, U+5345 in the classic table) are left out of it.
-    {0xA1FE, 0xA1FE, 0, 0xFF0F},
-    {0xA240, 0xA240, 0, 0xFF3C},
-    {0xA241, 0xA241, 0, 0x2215},
-    {0xA242, 0xA242, 0, 0xFE68},
-    {0xA2CC, 0xA2CC, 0, 0x5341},
-    {0xA2CE, 0xA2CE, 0, 0x5345},
-    {0xA451, 0xA451, 0, 0x5341},
-    {0xA4CA, 0xA4CA, 0, 0x5345},
+    // In the classic table A241 and A242 are a second code for the slash
+    // and the backslash of A1FE and A240; glibc reads them as U+2215 and
+    // U+FE68.
+    {0xA241, 0xA241, 0xFF0F, 0x2215},
+    {0xA242, 0xA242, 0xFF3C, 0xFE68},
     // The euro sign, added to Big5 later.
     {0xA3E1, 0xA3E1, 0, 0x20AC},
     // Rows C6A1-C7FC: the ETEN kana, Cyrillic and circled numbers in the
@@ -406,8 +400,9 @@ std::vector<CodeSpace> codeSpaces() {
        doubleByteSequences<KelCS_BIG5>,
        kBig5Differences,
        {},
-       {},
-       13829,
+       // Four characters have two codes each; the higher one is written.
+       {{0xA1FE, 0xA241}, {0xA240, 0xA242}, {0xA2CC, 0xA451}, {0xA2CE, 0xA4CA}},
+       13837,
        noSupplementary,
        false,
        LeadRule::kByteClasses,

@@ -143,11 +143,13 @@ TEST(MbcsMissingTable, ExtendedConverterMapsNothing) {
 
 // --- the table's records as the conversions see them -------------------------------
 
-TEST(MbcsTableRecords, LaterCodeForTheSameUnitIsTheOneWritten) {
-  // SYNTH-DBCS maps 0x8150, then 0x80, to U+20AC.
+TEST(MbcsTableRecords, HigherCodeForTheSameUnitIsTheOneWritten) {
+  // SYNTH-DBCS maps 0x8150, then 0x80, to U+20AC, and 0x8143, then 0x8144,
+  // to U+3005: the higher code is written whichever comes first.
   ObservedDbcs converter("SYNTH-DBCS");
-  EXPECT_TRUE(wrote(encodeRun(converter, u"\u20AC"), "\x80", false));
+  EXPECT_TRUE(wrote(encodeRun(converter, u"\u20AC\u3005"), "\x81\x50\x81\x44", false));
   EXPECT_TRUE(wrote(decodeRun(converter, "\x81\x50\x80"), u"\u20AC\u20AC", false));
+  EXPECT_TRUE(wrote(decodeRun(converter, "\x81\x43\x81\x44"), u"\u3005\u3005", false));
 }
 
 TEST(MbcsTableRecords, LaterUnitForTheSameCodeIsTheOneRead) {

@@ -60,10 +60,15 @@ TEST_F(MbcsTablesLoading, ReplacedCodeKeepsItsEarlierReverseEntry) {
   EXPECT_EQ(tables.fromUnicode(0x4E00), 0x8142);
 }
 
-TEST_F(MbcsTablesLoading, RepeatedUnitConvertsToTheLaterCode) {
-  EXPECT_EQ(tables.fromUnicode(0x20AC), 0x0080);
+TEST_F(MbcsTablesLoading, SharedUnitConvertsToTheHigherCodeInAnyOrder) {
+  // U+20AC: 0x8150 comes before 0x80; U+3005: 0x8143 before 0x8144.
+  EXPECT_EQ(tables.fromUnicode(0x20AC), 0x8150);
+  EXPECT_EQ(tables.fromUnicode(0x3005), 0x8144);
+  // Both codes of each still read as the unit.
   EXPECT_EQ(tables.toUnicode(0x8150), 0x20AC);
   EXPECT_EQ(tables.toUnicode(0x0080), 0x20AC);
+  EXPECT_EQ(tables.toUnicode(0x8143), 0x3005);
+  EXPECT_EQ(tables.toUnicode(0x8144), 0x3005);
 }
 
 TEST_F(MbcsTablesLoading, OnlyARecordWithBothFieldsZeroEndsTheTable) {
@@ -122,10 +127,27 @@ TEST(MbcsTablesAdd, AddedRecordReplacesTheLoadedOne) {
   ASSERT_TRUE(tables.load("SYNTH-DBCS"));
   tables.add(0x005C, 0x00A5);
   tables.add(0x0080, 0x00A2);
+  tables.add(0x0081, 0x3000);  // a lower code than the loaded 0x8140
   EXPECT_EQ(tables.toUnicode(0x005C), 0x00A5);
   EXPECT_EQ(tables.fromUnicode(0x00A5), 0x005C);
   EXPECT_EQ(tables.toUnicode(0x0080), 0x00A2);
-  EXPECT_EQ(tables.fromUnicode(0x20AC), 0x0080);
+  EXPECT_EQ(tables.fromUnicode(0x3000), 0x0081);
+  EXPECT_EQ(tables.fromUnicode(0x20AC), 0x8150);
+}
+
+TEST(MbcsTablesMerge, MergedTableTakesOverTheValuesItShares) {
+  // SYNTH-JIS0201 maps 0x5C to U+00A5, which SYNTH-ROWCELL maps from the
+  // higher code 0x216F: merged, the lower code wins; loaded, it would not.
+  KelMbcsTables merged;
+  ASSERT_TRUE(merged.load("SYNTH-ROWCELL"));
+  ASSERT_TRUE(merged.merge("SYNTH-JIS0201"));
+  EXPECT_EQ(merged.fromUnicode(0x00A5), 0x005C);
+  EXPECT_EQ(merged.toUnicode(0x216F), 0x00A5);
+  KelMbcsTables loaded;
+  ASSERT_TRUE(loaded.load("SYNTH-ROWCELL"));
+  ASSERT_TRUE(loaded.load("SYNTH-JIS0201"));
+  EXPECT_EQ(loaded.fromUnicode(0x00A5), 0x216F);
+  EXPECT_FALSE(merged.merge("NO-SUCH-TABLE"));
 }
 
 // --- 6-byte records ---------------------------------------------------------
@@ -157,9 +179,12 @@ TEST_F(MbcsExTablesLoading, ScalarsAreNotTruncatedToUnits) {
   EXPECT_EQ(tables.fromUnicode(0xF600), 0);
 }
 
-TEST_F(MbcsExTablesLoading, RepeatedScalarConvertsToTheLaterCode) {
+TEST_F(MbcsExTablesLoading, SharedScalarConvertsToTheHigherCodeInAnyOrder) {
+  // U+2A6B2: 0x8145 comes before 0x8146; U+1F602: 0x814A before 0x8149.
   EXPECT_EQ(tables.fromUnicode(0x2A6B2), 0x8146);
+  EXPECT_EQ(tables.fromUnicode(0x1F602), 0x814A);
   EXPECT_EQ(tables.toUnicode(0x8145), 0x2A6B2u);
+  EXPECT_EQ(tables.toUnicode(0x8149), 0x1F602u);
 }
 
 TEST_F(MbcsExTablesLoading, RepeatedCodeTakesTheLaterScalar) {

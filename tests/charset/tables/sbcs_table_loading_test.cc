@@ -49,9 +49,11 @@ TEST_F(SbcsTableLoading, RepeatedCodeTakesTheLaterUnit) {
   EXPECT_EQ(toUtf16(converter, "\xC0"), u"\u2604");
 }
 
-TEST_F(SbcsTableLoading, RepeatedUnitConvertsToTheLaterCode) {
-  EXPECT_EQ(toUtf16(converter, "\x82"), u"\u20AC");
-  EXPECT_EQ(fromUtf16(converter, u"\u20AC"), "\x82");
+TEST_F(SbcsTableLoading, SharedUnitConvertsToTheHigherByteInAnyOrder) {
+  // SYNTH-SBCS maps 0x90, then 0x85, to U+2020 (and 0x80, then 0x82, to
+  // U+20AC).
+  EXPECT_EQ(toUtf16(converter, "\x85\x90\x80\x82"), u"\u2020\u2020\u20AC\u20AC");
+  EXPECT_EQ(fromUtf16(converter, u"\u2020\u20AC"), "\x90\x82");
 }
 
 TEST_F(SbcsTableLoading, UnitReplacedInForwardTableStillConvertsBack) {

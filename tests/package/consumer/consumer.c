@@ -19,6 +19,11 @@ int main(void) {
     puts("unit sizes are wrong");
     return 1;
   }
+  if (strcmp(KelCharSetToString(KelCS_BIG5), "KelCS_BIG5") != 0 ||
+      KelCharSetFromString("KelCS_EUC_KR") != KelCS_EUC_KR) {
+    puts("the character-set names are wrong");
+    return 1;
+  }
   puts("consumer_c: ok");
   return 0;
 }

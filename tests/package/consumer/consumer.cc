@@ -1,9 +1,19 @@
 // Uses the library the way a C++ user does: one header, a converter by id,
-// a dynamic_cast across the library boundary, and a flat function.
+// a dynamic_cast across the library boundary, a flat function, a string
+// list (its standard-library members are the program's own), and one header
+// on its own from the KelULib folder.
 #include <KelULib.h>
+#include <KelULib/ustring/ustring_list.h>
 
 #include <cstdio>
 #include <cstring>
+
+// The include path holds only the folder of KelULib.h: none of the
+// library's own folder names can be reached from it.
+#if __has_include(<platform/export.h>) || __has_include(<charset/converter.h>) || \
+    __has_include(<ustring/ustring.h>)
+#error "a folder of the library's own is on the include path"
+#endif
 
 int main() {
   int failures = 0;
@@ -21,6 +31,12 @@ int main() {
   if (UTF8ToLocal(cp1252, "\xE2\x82\xAC", sizeof cp1252, KelCS_WCP1252) != 1 ||
       std::strcmp(cp1252, "\x80") != 0) {
     std::puts("UTF8ToLocal of the euro sign to 1252 did not give 0x80");
+    ++failures;
+  }
+  KelUStringList words = KelUString(u"one,two,three").split(u',');
+  words += KelUString(u"four");
+  if (words.size() != 4 || !words[3].equal(KelUString(u"four"))) {
+    std::puts("KelUStringList did not hold four words");
     ++failures;
   }
   if (failures == 0) std::puts("consumer_cpp: ok");
