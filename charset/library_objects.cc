@@ -1,6 +1,8 @@
 // Every process-wide object of the library, defined in this one translation
 // unit so that they are built in the order below when the library is loaded
 // and destroyed in the reverse order when it is unloaded:
+//   0. the library's module (on Windows the handle whose resources hold the
+//      mapping tables),
 //   1. the table-driven converters (tables not yet loaded),
 //   2. the algorithmic converters,
 //   3. the registry (operating-system code page, converter map),
@@ -17,11 +19,15 @@
 #include "charset/unicode/utf16_converters.h"
 #include "charset/unicode/utf32_converter.h"
 #include "charset/unicode/utf8_converter.h"
+#include "platform/library_module.h"
 #include "platform/os_code_page.h"
 #include "uchar/uchar.h"
 #include "uchar/uchar_table_data.h"
 
 namespace {
+
+// 0. The module whose resources the converters load their tables from.
+const kelulib::LibraryModule g_libraryModule;
 
 // 1. Table-driven converters: the single-byte sets on compiled-in tables,
 // then those on mapping tables, then the multi-byte sets, each finding its

@@ -3,7 +3,9 @@
 # file is found under its own file name.
 #
 # Run as a script:
-#   cmake -DOUTPUT=<file.cc> -DSYMBOL=<array name> -DFILES=<a;b;c> -P EmbedFiles.cmake
+#   cmake -DOUTPUT=<file.cc> -DSYMBOL=<array name> -DFILES=<a;b;c>
+#         [-DCUT=<name>:<bytes>,...] -P EmbedFiles.cmake
+# CUT keeps only the first <bytes> of a file: for test tables that end early.
 
 if(NOT OUTPUT OR NOT SYMBOL)
   message(FATAL_ERROR "EmbedFiles.cmake needs OUTPUT and SYMBOL")
@@ -15,7 +17,14 @@ set(index 0)
 list(SORT FILES)
 foreach(path IN LISTS FILES)
   get_filename_component(name "${path}" NAME)
-  file(READ "${path}" hex HEX)
+  set(limit "")
+  string(REPLACE "," ";" cuts "${CUT}")
+  foreach(cut IN LISTS cuts)
+    if(cut MATCHES "^${name}:([0-9]+)$")
+      set(limit LIMIT ${CMAKE_MATCH_1})
+    endif()
+  endforeach()
+  file(READ "${path}" hex ${limit} HEX)
   string(LENGTH "${hex}" hex_length)
   if(hex_length EQUAL 0)
     string(APPEND entries "    {\"${name}\", nullptr, 0},\n")
@@ -46,11 +55,5 @@ ${entries}    {nullptr, nullptr, 0},
 };
 ")
 
-# Rewrite only on change so that dependants are not rebuilt needlessly.
-if(EXISTS "${OUTPUT}")
-  file(READ "${OUTPUT}" previous)
-  if(previous STREQUAL content)
-    return()
-  endif()
-endif()
-file(WRITE "${OUTPUT}" "${content}")
+include("${CMAKE_CURRENT_LIST_DIR}/WriteIfChanged.cmake")
+kel_write_if_changed("${OUTPUT}" "${content}")

@@ -30,6 +30,11 @@ constexpr wchar16 kAsciiCaseDistance = kLowerA - kUpperA;
 
 }  // namespace
 
+// Defined in the class; declared here as well so that the library holds
+// them, exported, for programs that take their addresses.
+constexpr unsigned int KelUChar::UTF16_MAX;
+constexpr unsigned int KelUChar::UTF32_MAX;
+
 KelUChar::KelUChar() : m_value(0) {}
 
 KelUChar::KelUChar(wchar16 c) : m_value(c) {}

@@ -9,6 +9,11 @@
 
 #include "ustring/unit_blocks.h"
 
+// Defined in the class; declared here as well so that the library holds
+// them, exported, for programs that take their addresses.
+constexpr size_t KelUString::npos;
+constexpr size_t KelUString::kLocalCapacity;
+
 KelUString::KelUString() { initForAlloc(); }
 
 KelUString::KelUString(const KelUString& s) {

@@ -1,7 +1,13 @@
 #include "tests/kelconv/kelconv_test_support.h"
 
+#include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <memory>
+
+#if defined(_WIN32)
+#include <windows.h>
+#endif
 
 namespace kelconv_test {
 
@@ -38,6 +44,71 @@ std::string goldenPath(KelCharSet id, const std::string& extension) {
 
 std::string goldenText(KelCharSet id, const std::string& extension) {
   return readFile(goldenPath(id, extension));
+}
+
+std::string textModeLines(const std::string& text) {
+#if defined(_WIN32)
+  std::string lines;
+  for (char c : text) {
+    if (c == '\n') lines += '\r';
+    lines += c;
+  }
+  return lines;
+#else
+  return text;
+#endif
+}
+
+namespace {
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+#if defined(_WIN32)
+std::wstring wideName(const std::string& utf8Name) {
+  const int units = MultiByteToWideChar(CP_UTF8, 0, utf8Name.c_str(), -1, nullptr, 0);
+  std::wstring name(static_cast<size_t>(units), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, utf8Name.c_str(), -1, name.data(), units);
+  return name;
+}
+#endif
+
+std::unique_ptr<std::FILE, FileCloser> openNamed(const std::string& utf8Name, bool forWriting) {
+#if defined(_WIN32)
+  return std::unique_ptr<std::FILE, FileCloser>(
+      _wfopen(wideName(utf8Name).c_str(), forWriting ? L"wb" : L"rb"));
+#else
+  return std::unique_ptr<std::FILE, FileCloser>(std::fopen(utf8Name.c_str(), forWriting ? "wb" : "rb"));
+#endif
+}
+
+}  // namespace
+
+void writeFileNamed(const std::string& utf8Name, const std::string& contents) {
+  const auto file = openNamed(utf8Name, true);
+  ASSERT_NE(file, nullptr) << "cannot write " << utf8Name;
+  ASSERT_EQ(std::fwrite(contents.data(), 1, contents.size(), file.get()), contents.size());
+}
+
+std::string readFileNamed(const std::string& utf8Name) {
+  const auto file = openNamed(utf8Name, false);
+  EXPECT_NE(file, nullptr) << "cannot read " << utf8Name;
+  if (file == nullptr) return std::string();
+  std::string contents;
+  char chunk[4096];
+  for (size_t got; (got = std::fread(chunk, 1, sizeof chunk, file.get())) > 0;) {
+    contents.append(chunk, got);
+  }
+  return contents;
+}
+
+void removeFileNamed(const std::string& utf8Name) {
+#if defined(_WIN32)
+  _wremove(wideName(utf8Name).c_str());
+#else
+  std::remove(utf8Name.c_str());
+#endif
 }
 
 std::string charSetTestName(const testing::TestParamInfo<KelCharSet>& info) {

@@ -26,6 +26,16 @@ std::string goldenText(KelCharSet id, const std::string& extension);
 // A path below the test data folder.
 std::string dataPath(const std::string& relative);
 
+// `text` as a program writes it to a stream in text mode: on Windows each
+// "\n" becomes "\r\n" (messages, --help, --version, -l).
+std::string textModeLines(const std::string& text);
+
+// Writes `contents` into, and reads, the file named `utf8Name` (UTF-8, in
+// any script on every system: on Windows through the UTF-16 file name).
+void writeFileNamed(const std::string& utf8Name, const std::string& contents);
+std::string readFileNamed(const std::string& utf8Name);
+void removeFileNamed(const std::string& utf8Name);
+
 // Test-name suffix: the set's name without "KelCS_".
 std::string charSetTestName(const testing::TestParamInfo<KelCharSet>& info);
 

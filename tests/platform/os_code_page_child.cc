@@ -6,7 +6,8 @@
 //   kelulib_os_code_page_child identity <code page>
 //       KelCS_OS_DEFAULT must resolve to the very converter that
 //       getConverter(<code page>) returns, and the unit-size functions for
-//       KelCS_OS_DEFAULT must report that converter's sizes.
+//       KelCS_OS_DEFAULT must report that converter's sizes. On Windows
+//       the process's ANSI code page (GetACP) must be <code page> too.
 //   kelulib_os_code_page_child path-1252
 //       The path conversions and KelCS_OS_DEFAULT under Windows-1252.
 //   kelulib_os_code_page_child path-utf8
@@ -21,6 +22,10 @@
 #include <cstring>
 #include <string>
 #include <vector>
+
+#if defined(_WIN32)
+#include <windows.h>
+#endif
 
 namespace {
 
@@ -151,6 +156,12 @@ int runIdentity(const char* codePageText) {
     return 2;
   }
   const auto expectedId = static_cast<KelCharSet>(codePage);
+#if defined(_WIN32)
+  if (static_cast<long>(GetACP()) != codePage) {
+    fail("the ANSI code page of this process is " + std::to_string(GetACP()) + ", not " +
+         codePageText);
+  }
+#endif
   expectOsConverter(expectedId);
   KelCharSetConverter* expected = KelCharSetConverter::getConverter(expectedId);
   expectSizes(expected->getMinUnitSize(), expected->getMaxUnitSize(),

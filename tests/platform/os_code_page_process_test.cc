@@ -1,16 +1,15 @@
 // KelCS_OS_DEFAULT as seen by a fresh process: the library reads the
-// operating system's code page once, when it is loaded, from the first
-// non-empty of LC_ALL, LC_CTYPE and LANG. Each test starts
-// kelulib_os_code_page_child with an environment built here (none of this
-// process's locale variables are passed on) and checks its report.
+// operating system's code page once, when it is loaded: on POSIX systems
+// from the first non-empty of LC_ALL, LC_CTYPE and LANG, on Windows with
+// GetACP. Each test starts kelulib_os_code_page_child and checks its report.
+//
+// On POSIX systems the child gets an environment built here (none of this
+// process's locale variables are passed on). On Windows a child has the
+// ANSI code page of the process tree it runs in: under Wine, the one that
+// the LC_ALL of the test run gives (the test list runs these tests under
+// several, naming the code page it expects in KELULIB_EXPECTED_CODE_PAGE);
+// kelulib_os_code_page_child_utf8, whose manifest asks for UTF-8, has that.
 #include <gtest/gtest.h>
-
-#ifndef _WIN32
-
-#include <spawn.h>
-#include <sys/types.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -20,15 +19,20 @@
 #include <utility>
 #include <vector>
 
+#if defined(_WIN32)
+#include <windows.h>
+
+#include "tests/support/child_process.h"
+#else
+#include <spawn.h>
+#include <sys/types.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 extern char** environ;
+#endif
 
 namespace {
-
-// Variables passed on from this process because the child needs them to
-// start and run like this one (library search path, sanitizer settings);
-// they have nothing to do with the locale.
-constexpr const char* kPassedOn[] = {"LD_LIBRARY_PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS",
-                                     "LSAN_OPTIONS"};
 
 using Environment = std::vector<std::pair<std::string, std::string>>;
 
@@ -44,9 +48,60 @@ std::string describe(const ChildResult& result) {
   return text + "; child output:\n" + result.output;
 }
 
+// Which child: the plain one, or (on Windows) the one whose ANSI code page
+// is UTF-8.
+enum class Child { kPlain, kUtf8CodePage };
+
+#if defined(_WIN32)
+
+// Runs the child with `args` and collects its standard output and error.
+// The locale variables play no part: the child has this process's ANSI
+// code page, or UTF-8 for kUtf8CodePage.
+ChildResult runChild(const std::vector<std::string>& args, const Environment&,
+                     Child child = Child::kPlain) {
+  std::vector<std::string> argv{child == Child::kUtf8CodePage ? KELULIB_OS_CODE_PAGE_CHILD_UTF8
+                                                              : KELULIB_OS_CODE_PAGE_CHILD};
+  argv.insert(argv.end(), args.begin(), args.end());
+  const kelulib_test::CommandResult command = kelulib_test::runCommand(argv);
+  ChildResult result;
+  result.started = command.exitStatus >= 0;
+  result.exitCode = command.exitStatus;
+  result.output = command.out + command.err;
+  return result;
+}
+
+// The ANSI code page of the system's locale, which a child without a
+// manifest of its own has (this process may have UTF-8 from its manifest).
+int systemAnsiCodePage() {
+  wchar_t text[8] = {};
+  GetLocaleInfoW(LOCALE_SYSTEM_DEFAULT, LOCALE_IDEFAULTANSICODEPAGE, text, 8);
+  return _wtoi(text);
+}
+
+// The ANSI code page the test run meant to give this process tree, or the
+// system's when it names none.
+int expectedAnsiCodePage() {
+  const char* named = std::getenv("KELULIB_EXPECTED_CODE_PAGE");
+  return named != nullptr && *named != '\0' ? std::atoi(named) : systemAnsiCodePage();
+}
+
+constexpr const char* kWindowsReadsGetAcp =
+    "the locale variables name the code page on POSIX systems only; on Windows it is GetACP's "
+    "(OsCodePageProcess.OsDefaultIsTheConverterOfTheAnsiCodePage)";
+
+#else
+
+// Variables passed on from this process because the child needs them to
+// start and run like this one (library search path, sanitizer settings);
+// they have nothing to do with the locale.
+constexpr const char* kPassedOn[] = {"LD_LIBRARY_PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS",
+                                     "LSAN_OPTIONS"};
+
 // Runs the child with `args` under exactly `locale` (plus kPassedOn), and
-// collects its standard output and error.
-ChildResult runChild(const std::vector<std::string>& args, const Environment& locale) {
+// collects its standard output and error. (Child::kUtf8CodePage is for
+// Windows; here the locale decides.)
+ChildResult runChild(const std::vector<std::string>& args, const Environment& locale,
+                     Child = Child::kPlain) {
   ChildResult result;
   std::vector<std::string> envStrings;
   for (const auto& [name, value] : locale) envStrings.push_back(name + "=" + value);
@@ -110,6 +165,8 @@ ChildResult runChild(const std::vector<std::string>& args, const Environment& lo
   return result;
 }
 
+#endif
+
 // ---------------------------------------------------------------------------
 // Which converter KelCS_OS_DEFAULT resolves to under a given environment.
 
@@ -130,6 +187,9 @@ void PrintTo(const LocaleCase& localeCase, std::ostream* os) {
 class OsCodePageProcessLocale : public testing::TestWithParam<LocaleCase> {};
 
 TEST_P(OsCodePageProcessLocale, OsDefaultIsTheConverterOfTheLocalesCodePage) {
+#if defined(_WIN32)
+  GTEST_SKIP() << kWindowsReadsGetAcp;
+#endif
   const LocaleCase& param = GetParam();
   const ChildResult result =
       runChild({"identity", std::to_string(param.expectedCodePage)}, param.environment);
@@ -190,19 +250,45 @@ INSTANTIATE_TEST_SUITE_P(
 // ---------------------------------------------------------------------------
 // The path functions under a chosen code page.
 
+#if defined(_WIN32)
+TEST(OsCodePageProcess, OsDefaultIsTheConverterOfTheAnsiCodePage) {
+  // The child also checks that GetACP() is the code page expected.
+  const int expected = expectedAnsiCodePage();
+  const ChildResult result = runChild({"identity", std::to_string(expected)}, {});
+  ASSERT_TRUE(result.started) << describe(result);
+  EXPECT_EQ(result.exitCode, 0) << "expected code page " << expected << "; " << describe(result);
+}
+
+TEST(OsCodePageProcess, OsDefaultIsUtf8WhereTheManifestAsksForIt) {
+  const ChildResult result = runChild({"identity", "65001"}, {}, Child::kUtf8CodePage);
+  ASSERT_TRUE(result.started) << describe(result);
+  EXPECT_EQ(result.exitCode, 0) << describe(result);
+}
+#endif
+
 TEST(OsCodePageProcess, Windows1252PathsEscapeAndComeBack) {
+#if defined(_WIN32)
+  if (systemAnsiCodePage() != 1252) {
+    GTEST_SKIP() << "needs the ANSI code page 1252 for the child, which the runs under "
+                    "LC_ALL=en_US.UTF-8 give";
+  }
+#endif
   const ChildResult result = runChild({"path-1252"}, {{"LC_ALL", "en_US.CP1252"}});
   ASSERT_TRUE(result.started) << describe(result);
   EXPECT_EQ(result.exitCode, 0) << describe(result);
 }
 
 TEST(OsCodePageProcess, Utf8PathsPassThrough) {
-  const ChildResult result = runChild({"path-utf8"}, {{"LC_ALL", "en_US.UTF-8"}});
+  const ChildResult result =
+      runChild({"path-utf8"}, {{"LC_ALL", "en_US.UTF-8"}}, Child::kUtf8CodePage);
   ASSERT_TRUE(result.started) << describe(result);
   EXPECT_EQ(result.exitCode, 0) << describe(result);
 }
 
 TEST(OsCodePageProcess, AsciiLocalePathsAreUtf8) {
+#if defined(_WIN32)
+  GTEST_SKIP() << "no Windows ANSI code page is plain ASCII (the POSIX \"C\" locale's set)";
+#endif
   // "C" has no converter of its own; its paths are handled as UTF-8.
   const ChildResult result = runChild({"path-utf8"}, {{"LC_ALL", "C"}});
   ASSERT_TRUE(result.started) << describe(result);
@@ -212,7 +298,8 @@ TEST(OsCodePageProcess, AsciiLocalePathsAreUtf8) {
 // The checks above are only worth something if the child can fail them.
 
 TEST(OsCodePageProcess, ChildReportsAConverterMismatch) {
-  const ChildResult result = runChild({"identity", "1252"}, {{"LC_ALL", "en_US.UTF-8"}});
+  const ChildResult result =
+      runChild({"identity", "1252"}, {{"LC_ALL", "en_US.UTF-8"}}, Child::kUtf8CodePage);
   ASSERT_TRUE(result.started) << describe(result);
   EXPECT_EQ(result.exitCode, 1) << describe(result);
   EXPECT_NE(result.output.find("FAILED"), std::string::npos) << describe(result);
@@ -220,7 +307,8 @@ TEST(OsCodePageProcess, ChildReportsAConverterMismatch) {
 
 TEST(OsCodePageProcess, ChildReportsWrongPathResults) {
   // Under UTF-8, "é" does not go out as the single byte E9.
-  const ChildResult result = runChild({"path-1252"}, {{"LC_ALL", "en_US.UTF-8"}});
+  const ChildResult result =
+      runChild({"path-1252"}, {{"LC_ALL", "en_US.UTF-8"}}, Child::kUtf8CodePage);
   ASSERT_TRUE(result.started) << describe(result);
   EXPECT_EQ(result.exitCode, 1) << describe(result);
   EXPECT_NE(result.output.find("FAILED: UTF8ToLocalPath(C3 A9"), std::string::npos)
@@ -234,11 +322,3 @@ TEST(OsCodePageProcess, ChildRejectsUnknownArguments) {
 }
 
 }  // namespace
-
-#else  // _WIN32
-
-TEST(OsCodePageProcess, RequiresPosixProcesses) {
-  GTEST_SKIP() << "the locale variables decide the code page only on POSIX systems";
-}
-
-#endif  // _WIN32

@@ -1,5 +1,6 @@
-// Runs a program as a child process, for tests of command-line tools.
-// POSIX only.
+// Runs a program as a child process, for tests of command-line tools: with
+// fork and exec on POSIX systems, with CreateProcessW on Windows (under Wine
+// a child's ANSI code page follows the LC_ALL of its environment).
 #ifndef KELULIB_TESTS_SUPPORT_CHILD_PROCESS_H_
 #define KELULIB_TESTS_SUPPORT_CHILD_PROCESS_H_
 
@@ -13,8 +14,12 @@ struct CommandResult {
   int exitStatus = -1;        // -1 when the program did not exit normally
   std::string out;            // what it wrote to standard output
   std::string err;            // ... and to standard error
-  long maxResidentKiB = 0;    // its peak resident set size
+  long maxResidentKiB = 0;    // its peak resident set size (Windows: peak working set)
 };
+
+// Sets the environment variable `name` of this process, which children
+// inherit, to `value`; a null value removes it.
+void setEnvironmentVariable(const char* name, const char* value);
 
 // Runs `argv` (argv[0] is the program's path) with `input` as its standard
 // input and waits for it.
@@ -40,7 +45,11 @@ class ChildProcess {
   CommandResult wait();
 
  private:
+#if defined(_WIN32)
+  void* m_process = nullptr;  // the child's process handle
+#else
   pid_t m_pid = -1;
+#endif
   int m_input = -1;
   int m_output = -1;
   std::string m_errorFile;

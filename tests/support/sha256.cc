@@ -45,7 +45,7 @@ void compressBlock(const unsigned char* block, std::array<uint32_t, 8>& state) {
 
 }  // namespace
 
-std::string sha256Hex(const unsigned char* data, size_t size) {
+std::array<unsigned char, 32> sha256(const unsigned char* data, size_t size) {
   // The message, a 1 bit, zeros, and the length in bits as 64-bit big-endian.
   std::vector<unsigned char> message(data, data + size);
   message.push_back(0x80);
@@ -61,10 +61,19 @@ std::string sha256Hex(const unsigned char* data, size_t size) {
     compressBlock(&message[offset], state);
   }
 
+  std::array<unsigned char, 32> digest;
+  for (size_t i = 0; i < digest.size(); ++i) {
+    digest[i] = static_cast<unsigned char>(state[i / 4] >> (24 - 8 * (i % 4)));
+  }
+  return digest;
+}
+
+std::string sha256Hex(const unsigned char* data, size_t size) {
   static constexpr char kHexDigits[] = "0123456789abcdef";
   std::string hex;
-  for (uint32_t word : state) {
-    for (int shift = 28; shift >= 0; shift -= 4) hex += kHexDigits[(word >> shift) & 0xF];
+  for (unsigned char byte : sha256(data, size)) {
+    hex += kHexDigits[byte >> 4];
+    hex += kHexDigits[byte & 0xF];
   }
   return hex;
 }

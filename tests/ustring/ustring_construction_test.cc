@@ -10,6 +10,10 @@
 #include "tests/ustring/ustring_test_support.h"
 #include "ustring/ustring.h"
 
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
 namespace {
 
 using kelulib_test::InspectableString;
@@ -333,6 +337,11 @@ const std::u16string& longResourceText() {
   return text;
 }
 
+#if defined(_WIN32)
+// The program's own STRINGTABLE (tests/ustring/string_resources.rc): 1
+// "first", 2 "", 7 the 600 letters of longResourceText(), 9 "nine".
+KelModuleHandle stringTable() { return GetModuleHandleW(nullptr); }
+#else
 const KelStringResource* stringTable() {
   static const KelStringResource table[] = {
       {1, u"first"},
@@ -343,6 +352,7 @@ const KelStringResource* stringTable() {
   };
   return table;
 }
+#endif
 
 TEST(KelUStringResource, ConstructorLoadsText) {
   EXPECT_EQ(textOf(KelUString(stringTable(), 9)), u"nine");

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -70,14 +69,6 @@ std::string failureMessage(const ConversionFailure& failure, const StreamSetting
          charSetName(settings.to);
 }
 
-std::optional<uint64_t> regularFileSize(const std::string& name) {
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(name, error)) return std::nullopt;
-  const uintmax_t size = std::filesystem::file_size(name, error);
-  if (error) return std::nullopt;
-  return static_cast<uint64_t>(size);
-}
-
 // One run over the inputs: the converter, the output and the status.
 class Run {
  public:
@@ -111,7 +102,7 @@ class Run {
     if (standardInput) {
       useBinaryMode(stdin);
     } else {
-      opened.reset(std::fopen(input.c_str(), "rb"));
+      opened.reset(openFile(input, "rb"));
       if (!opened) {
         report(name + ": cannot open: " + std::strerror(errno));
         m_status = kExitTrouble;

@@ -62,7 +62,7 @@ int convert(const kelconv::Options& options) {
 
   std::FILE* output = stdout;
   if (!options.output.empty()) {
-    output = std::fopen(options.output.c_str(), "wb");
+    output = kelconv::openFile(options.output, "wb");
     if (output == nullptr) {
       std::perror(("kelconv: " + options.output).c_str());
       return kExitTrouble;
@@ -79,11 +79,9 @@ int convert(const kelconv::Options& options) {
   return status;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  const kelconv::ParsedCommandLine parsed =
-      kelconv::parseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+// The program's arguments (argument 0 left out), in UTF-8.
+int kelconvMain(const std::vector<std::string>& arguments) {
+  const kelconv::ParsedCommandLine parsed = kelconv::parseCommandLine(arguments);
   if (!parsed.error.empty()) return usageError(parsed.error);
   switch (parsed.options.action) {
     case kelconv::Options::Action::kHelp:
@@ -100,3 +98,16 @@ int main(int argc, char** argv) {
   }
   return convert(parsed.options);
 }
+
+}  // namespace
+
+#if defined(_WIN32)
+// Windows passes the command line in UTF-16: a file name in any script
+// arrives whole, whatever the ANSI code page (the program is linked with
+// -municode).
+int wmain(int argc, wchar_t** argv) { return kelconvMain(kelconv::utf8Arguments(argc, argv)); }
+#else
+int main(int argc, char** argv) {
+  return kelconvMain(std::vector<std::string>(argv + 1, argv + argc));
+}
+#endif

@@ -18,6 +18,7 @@
 #include "charset/tables/mapping_records.h"
 #include "charset/tables/mbcs_tables.h"
 #include "platform/embedded_resources.h"
+#include "tests/support/mapping_table_list.h"
 #include "tests/support/sha256.h"
 
 namespace {
@@ -124,13 +125,20 @@ INSTANTIATE_TEST_SUITE_P(AllTables, EmbeddedMappingTable, testing::ValuesIn(tabl
                          });
 
 TEST(EmbeddedMappingTables, LibraryEmbedsExactlyTheseTables) {
-  std::set<std::string> embedded;
-  for (const kelulib::EmbeddedResource* r = kelMappingTableResources; r->name != nullptr; ++r) {
-    embedded.insert(r->name);
-  }
   std::set<std::string> expected;
   for (const TableFacts& facts : tableFacts()) expected.insert(facts.name);
-  EXPECT_EQ(embedded, expected);
+  EXPECT_EQ(kelulib_test::mappingTableNames(), expected);
+}
+
+// The lookup takes the platform's path: on Windows the bytes are the
+// UNICODEMAP resource itself (FindResourceA, LoadResource, LockResource on
+// the module), used in place; elsewhere the embedded array.
+TEST_P(EmbeddedMappingTable, IsReadInPlaceFromTheModule) {
+  const kelulib::ResourceBytes own = kelulib_test::modulesOwnTable(GetParam().name);
+  const kelulib::ResourceBytes found = tableBytes(GetParam().name);
+  ASSERT_NE(own.data, nullptr);
+  EXPECT_EQ(found.data, own.data);
+  EXPECT_EQ(found.size, own.size);
 }
 
 TEST(Sha256, KnownVectors) {

@@ -1,7 +1,7 @@
 // Uses the library the way a C++ user does: one header, a converter by id,
 // a dynamic_cast across the library boundary, a flat function, a string
-// list (its standard-library members are the program's own), and one header
-// on its own from the KelULib folder.
+// list (its standard-library members are the program's own), one header
+// on its own from the KelULib folder, and the classes' constants.
 #include <KelULib.h>
 #include <KelULib/ustring/ustring_list.h>
 
@@ -37,6 +37,14 @@ int main() {
   words += KelUString(u"four");
   if (words.size() != 4 || !words[3].equal(KelUString(u"four"))) {
     std::puts("KelUStringList did not hold four words");
+    ++failures;
+  }
+  // The classes' constants, bound by reference: the program links them (on
+  // Windows, KelULibDll.dll exports them as data).
+  const unsigned int& utf32Max = KelUChar::UTF32_MAX;
+  const size_t& localCapacity = KelUString::kLocalCapacity;
+  if (utf32Max != 0x10FFFF || localCapacity != 257 || KelUChar::UTF16_MAX != 0xFFFF) {
+    std::puts("the class constants have other values");
     ++failures;
   }
   if (failures == 0) std::puts("consumer_cpp: ok");
