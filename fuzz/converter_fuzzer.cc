@@ -16,11 +16,16 @@
 //   fromUTF16 writes under ILLCHAR_REPLACE into exactly that room.
 // - Every character a table-driven converter decodes encodes back to bytes
 //   that decode to it again.
+// - At every vector level this processor has, toUTF16 and fromUTF16 give
+//   the same output and illegal flag as the plain code (the fast paths
+//   off), whatever the room, source limit and policy.
 // - UTF-32's toUTF8 stays within five bytes past its room (no terminator
 //   then); fromUTF8 within its room; UTF-8 -> UTF-32 -> UTF-8 -> UTF-32 is
 //   stable. The other converters do not offer the direct operations.
 #include <string>
+#include <utility>
 
+#include "charset/simd/simd_level.h"
 #include "fuzz/fuzz_input.h"
 
 namespace {
@@ -30,6 +35,7 @@ using kelulib_fuzz::FuzzInput;
 using kelulib_fuzz::terminatedText;
 using kelulib_fuzz::unitsOf;
 using kelulib_fuzz::upToZero;
+using kelulib::KelSimdLevel;
 
 constexpr size_t kAllUnits = static_cast<size_t>(-1);
 
@@ -98,6 +104,21 @@ size_t encodeOverrun(KelCharSetConverter* converter, const std::u16string& units
   return highs;
 }
 
+// Calls `call` (which returns what a conversion gave) with the fast paths
+// off and at each vector level the processor has, and checks that every
+// level gives what the plain code gives.
+template <typename Call>
+void checkEveryLevelLikePlainCode(const Call& call, const char* message) {
+  const KelSimdLevel before = kelulib::setActiveSimdLevel(KelSimdLevel::kScalar);
+  const auto plain = call();
+  for (int level = static_cast<int>(KelSimdLevel::kSse2);
+       level <= static_cast<int>(kelulib::supportedSimdLevel()); ++level) {
+    kelulib::setActiveSimdLevel(static_cast<KelSimdLevel>(level));
+    KELULIB_FUZZ_CHECK(call() == plain, message);
+  }
+  kelulib::setActiveSimdLevel(before);
+}
+
 bool isPrefix(const std::u16string& prefix, const std::u16string& text) {
   return text.compare(0, prefix.size(), prefix) == 0 && prefix.size() <= text.size();
 }
@@ -128,6 +149,14 @@ void checkDecoding(KelCharSetConverter* converter, const std::basic_string<Unit>
                      "ILLCHAR_STOP output is no prefix of the ILLCHAR_REPLACE output");
   if (!replaced.illegal) {
     KELULIB_FUZZ_CHECK(stopped.units == replaced.units, "ILLCHAR_STOP stopped on legal input");
+  }
+  for (ILLCHAR_OPTYPE op : {ILLCHAR_STOP, ILLCHAR_REPLACE}) {
+    checkEveryLevelLikePlainCode(
+        [&] {
+          const Decoded decoded = decode(converter, source, room, op, srcLimit);
+          return std::make_pair(decoded.units, decoded.illegal);
+        },
+        "toUTF16 at a vector level differs from the plain code");
   }
 }
 
@@ -165,6 +194,15 @@ void checkEncoding(KelCharSetConverter* converter, KelCharSet id, const std::u16
     bool illegal = true;
     byPolicy[op] = encode(converter, units, room, policy, encodeOverrun(converter, units, policy),
                           &illegal, offset);
+    if (op == 3) continue;
+    checkEveryLevelLikePlainCode(
+        [&] {
+          bool flag = true;
+          std::string bytes = encode(converter, units, room, policy,
+                                     encodeOverrun(converter, units, policy), &flag, offset);
+          return std::make_pair(bytes, flag);
+        },
+        "fromUTF16 at a vector level differs from the plain code");
   }
   KELULIB_FUZZ_CHECK(byPolicy[3] == byPolicy[ILLCHAR_REPLACE],
                      "fromUTF16 policy 3 is not ILLCHAR_REPLACE");

@@ -720,7 +720,6 @@ TEST_P(FastPathDifferentialPairs, RunsOfLeadBytesOfEveryLengthMatchPlainCode) {
   KelCharSetConverter* converter = KelCharSetConverter::getConverter(GetParam());
   const PairSamples samples = pairSamplesOf(converter);
   ASSERT_FALSE(samples.leadLead.empty()) << "no pair of two lead bytes in " << GetParam();
-  std::mt19937 random(static_cast<unsigned>(GetParam()) + 21);
   for (size_t start = 0; start < 40; ++start) {
     for (size_t pairs = 0; pairs < 40; pairs += (pairs < 20 ? 1 : 7)) {
       for (unsigned char extra : {0, 1}) {
@@ -738,7 +737,6 @@ TEST_P(FastPathDifferentialPairs, RunsOfLeadBytesOfEveryLengthMatchPlainCode) {
       }
     }
   }
-  (void)random;
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryPairingSet, FastPathDifferentialPairs,
