@@ -1,12 +1,14 @@
 // KelULib: UTF-16 text and character-set conversion.
 //
 // The one header a user includes. From C it declares the flat buffer
-// functions and the character-set names; from C++ the whole public
+// functions, the character-set names and the stream conversion functions;
+// from C++ the whole public
 // interface.
 #ifndef KELULIB_KELULIB_H_
 #define KELULIB_KELULIB_H_
 
 #include "charset/charset_names.h"
+#include "charset/stream_converter.h"
 #include "flatapi/buffer_conversion.h"
 
 #ifdef __cplusplus

@@ -25,7 +25,7 @@ NAMES = {65001: "UTF8", 1200: "UTF16", 1202: "UTF16ESC", 12000: "UTF32", 1252: "
          20866: "KOI8R", 932: "WCP932", 936: "WCP936", 949: "WCP949", 950: "WCP950",
          30950: "BIG5", 30932: "SHIFTJIS", 30933: "SJIS0213", 51932: "EUC_JP",
          51936: "EUC_CN", 51949: "EUC_KR", 54936: "GB18030"}
-# kelconv_reader_fuzzer's own list of sets.
+# stream_converter_fuzzer's own list of sets.
 STREAM_SETS = [65001, 1200, 1202, 12000, 1252, 1251, 874, 28591, 28597, 20866, 932, 936, 949,
                950, 30950, 30932, 30933, 51932, 51936, 51949, 54936]
 
@@ -143,7 +143,7 @@ def stream_seeds():
         write("ustring_stream_fuzzer", name, choices + text)
 
 
-def kelconv_seeds():
+def stream_converter_seeds():
     cuts = bytes([1, 3, 0, 1, 7, 0, 2, 11, 0, 0, 0, 0, 0, 0, 0, 0])
     pairs = [(65001, 1200), (65001, 54936), (51932, 65001), (932, 65001), (1200, 65001),
              (12000, 1202), (1202, 65001), (54936, 51949), (30933, 65001), (65001, 1252),
@@ -156,20 +156,27 @@ def kelconv_seeds():
         else:
             text = b"aU+00E9U+D83DU+DE00b"
         policy = (source + target) % 3
-        write("kelconv_reader_fuzzer", f"{NAMES[source]}_to_{NAMES[target]}_{policy}",
+        write("stream_converter_fuzzer", f"{NAMES[source]}_to_{NAMES[target]}_{policy}",
               pick(source, STREAM_SETS) + pick(target, STREAM_SETS) +
               bytes([policy, 1, 0]) + cuts + text)
     for i, edge in enumerate(EDGE_BYTES[5:]):
-        write("kelconv_reader_fuzzer", f"edge{i}", pick(51932, STREAM_SETS) +
+        write("stream_converter_fuzzer", f"edge{i}", pick(51932, STREAM_SETS) +
               pick(65001, STREAM_SETS) + bytes([2, 1, 0]) + cuts + edge)
+    # With the handlers, leaving out (0 picks them; stop becomes skip).
+    for source, target, text in [(65001, 28591, "a\u20ac\u00e9\u4e2d".encode() + b"\xff!"),
+                                 (54936, 1252, b"a\x80\x81\x80\xa2\xe3\x81 z")]:
+        for policy in (0, 2):
+            write("stream_converter_fuzzer", f"handlers_{NAMES[source]}_to_{NAMES[target]}_{policy}",
+                  pick(source, STREAM_SETS) + pick(target, STREAM_SETS) +
+                  bytes([policy, 0, 0]) + cuts + text)
 
 
 if __name__ == "__main__":
     for target in ("converter_fuzzer", "flat_functions_fuzzer", "ustring_fuzzer",
-                   "ustring_stream_fuzzer", "kelconv_reader_fuzzer"):
+                   "ustring_stream_fuzzer", "stream_converter_fuzzer"):
         shutil.rmtree(ROOT / "corpus" / target, ignore_errors=True)
     converter_seeds()
     flat_seeds()
     ustring_seeds()
     stream_seeds()
-    kelconv_seeds()
+    stream_converter_seeds()

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "charset/simd/byte_table_blocks.h"
 #include "charset/simd/simd_level.h"
 #include "charset/simd/text_kernels_x86.h"
 
@@ -79,12 +80,14 @@ KelKernelRun utf16ToUtf8UpToZero(const wchar16* in, size_t window, unsigned char
 }
 
 size_t mapBytesToUnits(const unsigned char* in, size_t count, const wchar16* table, wchar16* out) {
-  return avx512Active() ? x86::mapBytesToUnitsAvx512(in, count, table, out) : 0;
+  if (avx512Active()) return x86::mapBytesToUnitsAvx512(in, count, table, out);
+  return fastPathsOn() ? mapBytesToUnitsInBlocks(in, count, table, out) : 0;
 }
 
 size_t mapLowUnitsToBytes(const wchar16* in, size_t count, const unsigned char* table,
                           unsigned char* out) {
-  return avx512Active() ? x86::mapLowUnitsToBytesAvx512(in, count, table, out) : 0;
+  if (avx512Active()) return x86::mapLowUnitsToBytesAvx512(in, count, table, out);
+  return fastPathsOn() ? mapLowUnitsToBytesInBlocks(in, count, table, out) : 0;
 }
 
 KelKernelRun mapUnitsToCodes(const wchar16* in, size_t count, const uint16_t* codes,

@@ -21,6 +21,7 @@
 
 namespace kelulib {
 struct KelDecoded;
+class KelEucJpSequenceRules;
 }  // namespace kelulib
 
 class KELULIB_API KelCharSetConverterEUC_JP : public KelCharSetConverterMBCS {
@@ -83,6 +84,9 @@ class KELULIB_API KelCharSetConverterEUC_JP : public KelCharSetConverterMBCS {
   bool supplementaryTablesLoaded() const;
 
  private:
+  // Its sequence rules read characters as decodeAt() does.
+  friend class kelulib::KelEucJpSequenceRules;
+
   const Tables& supplementaryTables() const;
   // The character at `in` (a non-zero byte).
   kelulib::KelDecoded decodeAt(const unsigned char* in) const;

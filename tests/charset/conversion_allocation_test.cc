@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "charset/converter.h"
+#include "charset/stream_converter.h"
 #include "flatapi/buffer_conversion.h"
 #include "tests/support/counting_allocator.h"
 #include "ustring/ustring.h"
@@ -136,6 +137,30 @@ TEST_P(ConversionAllocation, StringFromLongNarrowTextAllocatesOneExactBlock) {
     EXPECT_EQ(counter.count(), 1u) << "form " << form;
     EXPECT_EQ(counter.lastSize(), 2 * (units + 1)) << "form " << form;
     EXPECT_GE(s.allocSize(), units);
+  }
+}
+
+// A stream converter holds buffers of a fixed size, made when it is: a
+// piece of any size is converted without allocating, under every policy
+// (the last two go character by character where the target lacks one).
+TEST_P(ConversionAllocation, StreamConvertsPiecesOfAnySizeWithoutAllocating) {
+  const std::string narrow = narrowOf(GetParam().id, mixedText(40000));
+  const std::string text = narrow.substr(0, narrow.size() - 8);  // without its terminator
+  std::string large;
+  while (large.size() < 512 * 1024) large += text;  // sixteen slices and more
+  for (KelStreamPolicy policy : {KEL_STREAM_REPLACE, KEL_STREAM_ESCAPE, KEL_STREAM_SKIP}) {
+    size_t written = 0;
+    auto count = [](void* context, const void*, size_t size) {
+      *static_cast<size_t*>(context) += size;
+      return 0;
+    };
+    KelStreamConverter stream(GetParam().id, KelCS_ISO_8859_1, policy, count, &written);
+    stream.convert(text.data(), 1000);  // loads the tables
+    AllocationCounter counter;
+    stream.convert(large.data(), large.size());
+    stream.finish();
+    EXPECT_EQ(counter.count(), 0u) << "policy " << policy;
+    EXPECT_GT(written, large.size() / 8);
   }
 }
 

@@ -44,6 +44,11 @@ class ChildProcess {
   // Waits for it to end; `out` stays empty (the caller read the pipe).
   CommandResult wait();
 
+#if !defined(_WIN32)
+  // Its process id (to send it a signal).
+  pid_t pid() const { return m_pid; }
+#endif
+
  private:
 #if defined(_WIN32)
   void* m_process = nullptr;  // the child's process handle

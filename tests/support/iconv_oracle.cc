@@ -11,8 +11,14 @@ namespace kelulib_test {
 
 namespace {
 
+// The channel's name is a file name: the slashes of a suffix such as
+// "//TRANSLIT" become '+'.
 std::string channelName(const char* fromCode, const char* toCode) {
-  return std::string("iconv_") + fromCode + "_to_" + toCode;
+  std::string name = std::string("iconv_") + fromCode + "_to_" + toCode;
+  for (char& c : name) {
+    if (c == '/') c = '+';
+  }
+  return name;
 }
 
 #if defined(KELULIB_LIVE_ICONV)

@@ -57,6 +57,10 @@ class Parser {
       options.action = Options::Action::kVersion;
     } else if (argument == "--strict") {
       options.strict = true;
+    } else if (argument == "--silent") {
+      options.silent = true;
+    } else if (readFlags(argument)) {
+      // -c, -s and their bundles are set.
     } else if (argument == "--bom") {
       options.addByteOrderMark = true;
     } else if (argument == "--progress") {
@@ -66,6 +70,17 @@ class Parser {
     } else if (m_result.error.empty()) {
       m_result.error = "unknown option '" + argument + "'";
     }
+  }
+
+  // One-letter flags, alone or together: -c, -s, "-cs".
+  bool readFlags(const std::string& argument) {
+    if (argument.size() < 2 || argument[0] != '-' || argument[1] == '-') return false;
+    if (argument.find_first_not_of("cs", 1) != std::string::npos) return false;
+    for (size_t i = 1; i < argument.size(); ++i) {
+      if (argument[i] == 'c') m_result.options.omitUnconvertible = true;
+      if (argument[i] == 's') m_result.options.silent = true;
+    }
+    return true;
   }
 
   // True when `argument` is `option`; its value (attached, or the next
@@ -115,15 +130,22 @@ ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments) {
 }
 
 std::string helpText() {
-  return "Usage: kelconv [-f FROM] [-t TO] [OPTION...] [FILE...]\n"
+  return "Usage: kelconv [-f FROM] [-t TO[//TRANSLIT][//IGNORE]] [OPTION...] [FILE...]\n"
          "Converts the FILEs (or standard input; '-' is standard input too) from the\n"
          "character set FROM to TO and writes standard output.\n"
          "\n"
          "  -f, --from-code=FROM  the input's character set (default: the operating\n"
          "                        system's)\n"
          "  -t, --to-code=TO      the output's character set (default: the operating\n"
-         "                        system's)\n"
-         "  -o, --output=FILE     write FILE instead of standard output\n"
+         "                        system's); TO//TRANSLIT writes a character TO lacks\n"
+         "                        as the closest text a small table knows, TO//IGNORE\n"
+         "                        is -c\n"
+         "  -o, --output=FILE     write FILE instead of standard output; it replaces\n"
+         "                        the old FILE only once the conversion is complete,\n"
+         "                        so FILE may be one of the inputs\n"
+         "  -c                    leave out what cannot be converted (exit status 1\n"
+         "                        when anything was)\n"
+         "  -s, --silent          no warnings\n"
          "  -l, --list            list the character sets and their names\n"
          "      --policy=POLICY   what becomes of a character that cannot be converted:\n"
          "                        replace (default: U+FFFD when reading, '?' when\n"
@@ -139,10 +161,12 @@ std::string helpText() {
          "\n"
          "A character set is named by its KelCS_ name, its number or a common alias\n"
          "(UTF-8, WINDOWS-1252, SHIFT_JIS, ...), in any case; 'kelconv -l' lists them.\n"
-         "UTF-16 and UTF-32 are in the machine's byte order.\n"
+         "UTF-16 and UTF-32 read a byte-order mark (without one: the machine's order)\n"
+         "and write one; UTF-16LE, UTF-16BE, UTF-32LE and UTF-32BE never do.\n"
          "\n"
          "Exit status: 0 converted; 1 stopped at a character that could not be\n"
-         "converted; 2 usage error or a file that could not be read or written.\n";
+         "converted, or left some out (-c); 2 usage error or a file that could not\n"
+         "be read or written.\n";
 }
 
 }  // namespace kelconv

@@ -6,19 +6,27 @@
 #include <vector>
 
 #include "tools/kelconv/progress_bar.h"
-#include "tools/kelconv/stream_converter.h"
 
 namespace kelconv {
+
+// What becomes of a character that cannot be converted (--policy).
+enum class Policy {
+  kReplace,  // U+FFFD when reading, "?" when writing
+  kEscape,   // U+FFFD when reading, "U+XXXX" when writing
+  kStop,     // the conversion ends before it
+};
 
 struct Options {
   enum class Action { kConvert, kList, kHelp, kVersion };
   Action action = Action::kConvert;
-  std::string from;    // as given; empty: the operating system's set
-  std::string to;      // as given; empty: the operating system's set
+  std::string from;    // as given (with any //SUFFIX); empty: the operating system's set
+  std::string to;      // as given (with any //SUFFIX); empty: the operating system's set
   std::string output;  // empty: standard output
   std::vector<std::string> inputs;  // empty: standard input; "-" too
   Policy policy = Policy::kReplace;
   bool strict = false;
+  bool omitUnconvertible = false;  // -c
+  bool silent = false;             // -s: no warnings
   bool addByteOrderMark = false;
   ProgressMode progress = ProgressMode::kAuto;
 };
@@ -30,7 +38,8 @@ struct ParsedCommandLine {
 
 // Reads the arguments after the program name. Options may come anywhere
 // before "--"; "--name=value", "--name value", "-fvalue" and "-f value" are
-// all accepted. Character-set names are not looked up here.
+// all accepted, and the one-letter flags together ("-cs"). Character-set
+// names are not looked up here.
 ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments);
 
 // The text of --help.

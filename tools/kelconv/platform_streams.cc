@@ -4,10 +4,9 @@
 #include <system_error>
 
 #if defined(_WIN32)
+#include <KelULib.h>
 #include <fcntl.h>
 #include <io.h>
-
-#include <KelULib.h>
 #else
 #include <unistd.h>
 #endif
@@ -16,33 +15,30 @@ namespace kelconv {
 
 #if defined(_WIN32)
 
-namespace {
-
 // Windows' wide text is UTF-16: wchar_t is the library's wchar16 there.
 static_assert(sizeof(wchar_t) == sizeof(wchar16), "wchar_t holds UTF-16 units");
 
-std::wstring utf16Of(const std::string& utf8) {
-  const KelUString text(utf8.c_str(), KelCS_UTF8);
+std::wstring wideName(const std::string& utf8Name) {
+  const KelUString text(utf8Name.c_str(), KelCS_UTF8);
   const auto* units = reinterpret_cast<const wchar_t*>(text.c_wstr());
   return std::wstring(units, units + text.size());
 }
 
-}  // namespace
+std::string utf8Name(const std::wstring& wideName) {
+  return KelUString(reinterpret_cast<const wchar16*>(wideName.c_str())).c_str(KelCS_UTF8);
+}
 
 bool isTerminal(std::FILE* stream) { return _isatty(_fileno(stream)) != 0; }
 
 void useBinaryMode(std::FILE* stream) { _setmode(_fileno(stream), _O_BINARY); }
 
 std::FILE* openFile(const std::string& utf8Name, const char* mode) {
-  return _wfopen(utf16Of(utf8Name).c_str(), utf16Of(mode).c_str());
+  return _wfopen(wideName(utf8Name).c_str(), wideName(mode).c_str());
 }
 
 std::vector<std::string> utf8Arguments(int argc, wchar_t** argv) {
   std::vector<std::string> arguments;
-  for (int i = 1; i < argc; ++i) {
-    KelUString argument(reinterpret_cast<const wchar16*>(argv[i]));
-    arguments.emplace_back(argument.c_str(KelCS_UTF8));
-  }
+  for (int i = 1; i < argc; ++i) arguments.push_back(utf8Name(argv[i]));
   return arguments;
 }
 

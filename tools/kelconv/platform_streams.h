@@ -29,6 +29,12 @@ std::FILE* openFile(const std::string& utf8Name, const char* mode);
 std::optional<uint64_t> regularFileSize(const std::string& utf8Name);
 
 #if defined(_WIN32)
+// A UTF-8 file name as Windows' wide functions take it (UTF-16).
+std::wstring wideName(const std::string& utf8Name);
+
+// A wide (UTF-16) name from Windows in UTF-8.
+std::string utf8Name(const std::wstring& wideName);
+
 // wmain's arguments, argument 0 left out, in UTF-8: Windows hands a program
 // its command line in UTF-16, whatever the ANSI code page.
 std::vector<std::string> utf8Arguments(int argc, wchar_t** argv);
