@@ -1,6 +1,8 @@
-// Conversion throughput of KelULib beside ICU and glibc's iconv, in one
-// process, on the real texts made by bench/corpora/make_corpora.py, and the
-// first-use cost of every table-driven converter.
+// Conversion throughput of KelULib beside ICU, glibc's iconv and (when the
+// benchmark is built with it) simdutf, in one process, on the real texts
+// made by bench/corpora/make_corpora.py; the throughput of short
+// conversions on one and on two threads through one converter of each
+// family; and the first-use cost of every table-driven converter.
 //
 // For each conversion and corpus, every backend first converts the text
 // once and its output is compared with the expectation made by Python's
@@ -8,20 +10,31 @@
 // stops the program before anything is timed. Then the backends run in
 // turn, round after round, and the median time of each gives its input
 // MB/s (10^6 bytes of input per second), with the spread of the rounds.
-// memcpy of the same input is the bandwidth reference.
+// memcpy of the same input is the bandwidth reference. The last section
+// checks every target (ratios of medians measured in this run) and says
+// which hold.
 //
 // Usage: conversion_bench --corpora DIR [--results FILE] [--rounds N]
 //                         [--only KEY,KEY...]
 // The table goes to standard output; the figures go to FILE (JSON) only when
 // --results names one.
-// KEYs: utf8-utf16 utf16-utf8 cp1252 cp932 gb18030 euckr first-use.
+// KEYs: utf8-utf16 utf16-utf8 cp1252 cp932 gb18030 euckr big5 eucjp
+//       sjis2004 threads first-use.
 // Exit status: 0 when every output was right, 1 when one was not, 2 for a
-// usage or input error.
+// usage or input error. (A target that does not hold is reported, not an
+// error.)
 #include <iconv.h>
 #include <unicode/ucnv.h>
 #include <unicode/ustring.h>
 #include <unistd.h>
 
+#ifdef KELULIB_BENCH_SIMDUTF
+#include <simdutf.h>
+#endif
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -33,6 +46,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "bench/bench_timing.h"
@@ -55,7 +69,7 @@ struct Conversion {
   std::string key;    // for --only
   std::string title;
   KelCharSet id;
-  const char* icuName;
+  const char* icuName;  // null: ICU has no such converter
   const char* iconvName;
   bool toUtf16;
   // Corpora: the narrow file's name (its UTF-16LE twin is the same name
@@ -86,6 +100,21 @@ std::vector<Conversion> conversions() {
        {"en.euckr", "ko.euckr"}},
       {"euckr", "UTF-16 -> EUC-KR", KelCS_EUC_KR, "EUC-KR", "EUC-KR", false,
        {"en.euckr", "ko.euckr"}},
+      {"big5", "BIG5 -> UTF-16", KelCS_BIG5, "Big5", "BIG5", true, {"en.big5", "tw.big5"}},
+      {"big5", "UTF-16 -> BIG5", KelCS_BIG5, "Big5", "BIG5", false, {"en.big5", "tw.big5"}},
+      {"big5", "CP950 -> UTF-16", KelCS_WCP950, "windows-950-2000", "CP950", true,
+       {"en.big5", "tw.big5"}},
+      {"big5", "UTF-16 -> CP950", KelCS_WCP950, "windows-950-2000", "CP950", false,
+       {"en.big5", "tw.big5"}},
+      {"eucjp", "EUC-JP -> UTF-16", KelCS_EUC_JP, "EUC-JP", "EUC-JP", true,
+       {"en.eucjp", "ja.eucjp"}},
+      {"eucjp", "UTF-16 -> EUC-JP", KelCS_EUC_JP, "EUC-JP", "EUC-JP", false,
+       {"en.eucjp", "ja.eucjp"}},
+      // ICU has no Shift_JIS-2004 converter: glibc's is the only peer.
+      {"sjis2004", "Shift_JIS-2004 -> UTF-16", KelCS_SJIS0213, nullptr, "SHIFT_JISX0213", true,
+       {"en.sjis2004", "ja.sjis2004"}},
+      {"sjis2004", "UTF-16 -> Shift_JIS-2004", KelCS_SJIS0213, nullptr, "SHIFT_JISX0213", false,
+       {"en.sjis2004", "ja.sjis2004"}},
   };
 }
 
@@ -233,6 +262,7 @@ size_t icuLength(int32_t length, UErrorCode error) {
 }
 
 bool addIcuBackends(Case& c) {
+  if (c.conversion->icuName == nullptr) return true;
   UErrorCode error = U_ZERO_ERROR;
   c.icu->handle = ucnv_open(c.conversion->icuName, &error);
   if (U_FAILURE(error)) {
@@ -305,6 +335,48 @@ bool addIconvBackend(Case& c) {
   return true;
 }
 
+// simdutf's validating conversions between UTF-8 and UTF-16LE, given the
+// input's length (ours find it at the terminator).
+void addSimdutfBackend(Case& c) {
+#ifdef KELULIB_BENCH_SIMDUTF
+  if (!isUtf8(*c.conversion)) return;
+  Backend& b = addBackend(c, "simdutf", Role::kPeer);
+  if (c.toUtf16()) {
+    const char* in = c.corpus.narrow.data();
+    const size_t bytes = c.corpus.narrowBytes;
+    b.run = [&b, in, bytes] {
+      const size_t n = simdutf::convert_utf8_to_utf16le(in, bytes, wideOut(b));
+      return n == 0 && bytes != 0 ? SIZE_MAX : n;
+    };
+  } else {
+    const char16_t* in = c.corpus.wide.data();
+    const size_t units = c.corpus.wideUnits;
+    b.run = [&b, in, units] {
+      const size_t n = simdutf::convert_utf16le_to_utf8(in, units, b.output.data());
+      return n == 0 && units != 0 ? SIZE_MAX : n;
+    };
+  }
+#else
+  (void)c;
+#endif
+}
+
+bool haveSimdutf() {
+#ifdef KELULIB_BENCH_SIMDUTF
+  return true;
+#else
+  return false;
+#endif
+}
+
+std::string simdutfKernel() {
+#ifdef KELULIB_BENCH_SIMDUTF
+  return std::string(simdutf::get_active_implementation()->name());
+#else
+  return "";
+#endif
+}
+
 void addMemcpyBackend(Case& c) {
   Backend& b = addBackend(c, "memcpy", Role::kReference);
   const void* in = c.input();
@@ -372,14 +444,14 @@ struct Measured {
 
 double mbPerSecond(size_t bytes, double ns) { return ns > 0 ? bytes / ns * 1000.0 : 0; }
 
-// The fastest peer: for UTF-8, ICU's best routine; otherwise the faster of
-// ICU and iconv. Returns its index.
+// The fastest peer: for UTF-8, the best of ICU's routines and simdutf;
+// otherwise the faster of ICU and iconv. Returns its index.
 size_t bestPeer(const Measured& m) {
   size_t best = SIZE_MAX;
   for (size_t k = 0; k < m.c->backends.size(); ++k) {
     const Backend& b = *m.c->backends[k];
     if (b.role != Role::kPeer) continue;
-    if (isUtf8(*m.c->conversion) && b.name.rfind("ICU", 0) != 0) continue;
+    if (isUtf8(*m.c->conversion) && b.name == "iconv") continue;
     if (best == SIZE_MAX || m.mbps[k] > m.mbps[best]) best = k;
   }
   return best;
@@ -442,6 +514,118 @@ void printConversion(const std::vector<Measured>& rows, std::ostream& out) {
         << fixed(std::exp(logSums[j] / rows.size()), 2) << (j + 1 < ours.size() ? "," : "");
   }
   out << "\n";
+}
+
+
+// --- short conversions on one and two threads ---------------------------
+
+// One converter of each family, and an eight-character text for it (the
+// UTF-8 converter, which has no tables, for comparison).
+struct ThreadFamily {
+  const char* family;
+  KelCharSet id;
+  const char16_t* text;
+};
+
+const ThreadFamily kThreadFamilies[] = {
+    {"UTF-8", KelCS_UTF8, u"Gr\u00f6\u00dfe \u4e16\u754c"},
+    {"single-byte", KelCS_WCP1251, u"\u0421\u0435\u0433\u043e\u0434\u043d\u044f!"},
+    {"double-byte", KelCS_WCP932, u"\u65e5\u672c\u8a9e\u306e\u30c6\u30ad\u30b9\u30c8"},
+    {"extended double-byte", KelCS_SJIS0213, u"\u65e5\u672c\u8a9e\u306e\u30c6\u30ad\u30b9\u30c8"},
+    {"EUC-CN/KR", KelCS_EUC_KR, u"\ud55c\uad6d\uc5b4 \ud14d\uc2a4\ud2b8\ub2e4"},
+    {"EUC-JP", KelCS_EUC_JP, u"\u65e5\u672c\u8a9e\u306e\u30c6\u30ad\u30b9\u30c8"},
+    {"GB18030", KelCS_GB18030, u"\u4e2d\u6587\u6587\u672c\u6d4b\u8bd5\u6837\u4f8b"},
+};
+
+struct ThreadResult {
+  std::string family;
+  std::string charset;
+  double oneThreadPerS;   // conversions per second, median
+  double twoThreadsPerS;  // both threads together
+  double ratio() const { return twoThreadsPerS / oneThreadPerS; }
+};
+
+// Nanoseconds for `threads` threads, started together, to make `iterations`
+// conversions of `text` to UTF-16 each.
+double timeThreads(KelCharSetConverter* converter, const std::string& text, int threads,
+                   long iterations) {
+  std::atomic<int> ready{0};
+  std::atomic<bool> go{false};
+  std::vector<std::thread> workers;
+  std::atomic<size_t> sink{0};
+  for (int t = 0; t < threads; ++t) {
+    workers.emplace_back([&] {
+      wchar16 out[32];
+      size_t units = 0;
+      ready.fetch_add(1);
+      while (!go.load(std::memory_order_acquire)) {
+      }
+      for (long i = 0; i < iterations; ++i) {
+        units += converter->toUTF16(out, text.c_str(), 31, ILLCHAR_REPLACE, nullptr, -1);
+      }
+      sink.fetch_add(units);
+    });
+  }
+  while (ready.load() != threads) std::this_thread::yield();
+  const auto start = std::chrono::steady_clock::now();
+  go.store(true, std::memory_order_release);
+  for (auto& w : workers) w.join();
+  const auto end = std::chrono::steady_clock::now();
+  return std::chrono::duration<double, std::nano>(end - start).count();
+}
+
+// The family's text in its own encoding; empty when the converter does not
+// give the units back.
+std::string familyText(KelCharSetConverter* converter, const char16_t* units) {
+  char bytes[64] = {};
+  const size_t n = converter->fromUTF16(bytes, units, sizeof bytes - 1, ILLCHAR_STOP, nullptr);
+  wchar16 back[32] = {};
+  converter->toUTF16(back, bytes, 31, ILLCHAR_STOP, nullptr, -1);
+  return std::u16string(back) == std::u16string(units) ? std::string(bytes, n) : std::string();
+}
+
+// For each family: rounds of one trial on one thread and one on two, in
+// turn; the medians give conversions per second.
+std::vector<ThreadResult> measureThreads(int rounds) {
+  std::vector<ThreadResult> results;
+  for (const ThreadFamily& f : kThreadFamilies) {
+    KelCharSetConverter* converter = KelCharSetConverter::getConverter(f.id);
+    const std::string text = familyText(converter, f.text);
+    if (text.empty()) {
+      std::fprintf(stderr, "%s: the short text does not convert back\n", f.family);
+      std::exit(1);
+    }
+    // Trials of about 10 ms on one thread.
+    const long probe = 20000;
+    const double probeNs = timeThreads(converter, text, 1, probe);
+    const long iterations = std::max(probe, static_cast<long>(probe * 10e6 / probeNs));
+    std::vector<double> one;
+    std::vector<double> two;
+    for (int round = 0; round < rounds; ++round) {
+      if (round % 2 == 0) {
+        one.push_back(timeThreads(converter, text, 1, iterations));
+        two.push_back(timeThreads(converter, text, 2, iterations));
+      } else {
+        two.push_back(timeThreads(converter, text, 2, iterations));
+        one.push_back(timeThreads(converter, text, 1, iterations));
+      }
+    }
+    results.push_back({f.family, KelCharSetToString(f.id),
+                       iterations / kelulib_bench::median(one) * 1e9,
+                       2 * iterations / kelulib_bench::median(two) * 1e9});
+  }
+  return results;
+}
+
+void printThreads(const std::vector<ThreadResult>& results, std::ostream& out) {
+  out << "\n### Short conversions on one and two threads\n\n"
+      << "Eight characters to UTF-16 through one converter; millions of conversions per second, "
+         "median of interleaved trials.\n\n"
+      << "| family | character set | 1 thread | 2 threads | 2 / 1 |\n|---|---|---:|---:|---:|\n";
+  for (const ThreadResult& r : results) {
+    out << "| " << r.family << " | " << r.charset << " | " << fixed(r.oneThreadPerS / 1e6, 2)
+        << " | " << fixed(r.twoThreadsPerS / 1e6, 2) << " | " << fixed(r.ratio(), 2) << " |\n";
+  }
 }
 
 // --- first use -------------------------------------------------------------
@@ -558,6 +742,121 @@ void printFirstUse(const std::vector<FirstUse>& results, std::ostream& out) {
   out << "\n" << met << " of " << results.size() << " table-driven converters meet both targets.\n";
 }
 
+
+// --- targets -----------------------------------------------------------------
+
+struct TargetCheck {
+  std::string target;
+  std::string measured;
+  std::string verdict;  // "yes", "NO" or why it was not checked
+};
+
+// The ratio of backend `ours` to backend `peer` (or to the best peer when
+// `peer` is empty) in each row.
+std::vector<double> ratios(const std::vector<Measured>& rows, const std::string& ours,
+                           const std::string& peer) {
+  std::vector<double> result;
+  for (const Measured& m : rows) {
+    const size_t k = indexOf(*m.c, ours);
+    const size_t p = peer.empty() ? bestPeer(m) : indexOf(*m.c, peer);
+    if (k == SIZE_MAX || p == SIZE_MAX) return {};
+    result.push_back(m.mbps[k] / m.mbps[p]);
+  }
+  return result;
+}
+
+double geometricMean(const std::vector<double>& values) {
+  double logSum = 0;
+  for (double v : values) logSum += std::log(v);
+  return values.empty() ? 0 : std::exp(logSum / values.size());
+}
+
+const std::vector<Measured>* rowsOf(const std::vector<std::vector<Measured>>& tables,
+                                    const std::string& title) {
+  for (const auto& rows : tables) {
+    if (rows.front().c->conversion->title == title) return &rows;
+  }
+  return nullptr;
+}
+
+std::vector<TargetCheck> checkTargets(const std::vector<std::vector<Measured>>& tables,
+                                      const std::vector<ThreadResult>& threads,
+                                      const std::vector<FirstUse>& firstUse) {
+  std::vector<TargetCheck> checks;
+  // UTF-8 <-> UTF-16: level with simdutf, for the interface and the flat
+  // functions.
+  for (const char* title : {"UTF-8 -> UTF-16", "UTF-16 -> UTF-8"}) {
+    const std::vector<Measured>* rows = rowsOf(tables, title);
+    if (rows == nullptr) continue;
+    for (const char* ours : {"kelulib", "kelulib flat"}) {
+      const std::string target = std::string(title) + ", " + ours +
+                                 " / simdutf: geometric mean >= 1.00, every corpus >= 0.85";
+      const std::vector<double> r = ratios(*rows, ours, "simdutf");
+      if (r.empty()) {
+        checks.push_back({target, "-", "not checked: no simdutf column (-DKELULIB_SIMDUTF_DIR)"});
+        continue;
+      }
+      size_t weakest = 0;
+      for (size_t i = 1; i < r.size(); ++i) {
+        if (r[i] < r[weakest]) weakest = i;
+      }
+      const double mean = geometricMean(r);
+      checks.push_back({target,
+                        fixed(mean, 2) + ", weakest " + (*rows)[weakest].c->corpus.label + " " +
+                            fixed(r[weakest], 2),
+                        mean >= 1.0 && r[weakest] >= 0.85 ? "yes" : "NO"});
+    }
+  }
+  // The CJK decoders on their native corpora, against the faster of ICU and
+  // iconv.
+  const std::pair<const char*, double> decoders[] = {
+      {"CP932 -> UTF-16", 3.0},  {"GB18030 -> UTF-16", 3.0},        {"EUC-KR -> UTF-16", 3.0},
+      {"BIG5 -> UTF-16", 2.0},   {"CP950 -> UTF-16", 2.0},          {"EUC-JP -> UTF-16", 2.0},
+      {"Shift_JIS-2004 -> UTF-16", 2.0}};
+  for (const auto& [title, least] : decoders) {
+    const std::vector<Measured>* rows = rowsOf(tables, title);
+    if (rows == nullptr) continue;
+    const std::vector<double> r = ratios(*rows, "kelulib", "");
+    for (size_t i = 0; i < rows->size(); ++i) {
+      const Measured& m = (*rows)[i];
+      if (m.c->corpus.label == "en") continue;
+      checks.push_back({std::string(title) + " (" + m.c->corpus.label +
+                            "), kelulib / best of ICU and iconv >= " + fixed(least, 1),
+                        fixed(r[i], 2) + " (" + m.c->backends[bestPeer(m)]->name + ")",
+                        r[i] >= least ? "yes" : "NO"});
+    }
+  }
+  for (const ThreadResult& t : threads) {
+    checks.push_back({"two threads / one thread, short texts, " + t.family + " (" + t.charset +
+                          ") >= 1.80",
+                      fixed(t.ratio(), 2), t.ratio() >= 1.8 ? "yes" : "NO"});
+  }
+  if (!firstUse.empty()) {
+    size_t met = 0;
+    double slowest = 0;
+    double largest = 0;
+    for (const FirstUse& f : firstUse) {
+      met += meetsTargets(f);
+      slowest = std::max(slowest, f.ms);
+      largest = std::max(largest, f.rssKib);
+    }
+    checks.push_back({"first use of every table-driven converter under 2 ms and 1 MiB",
+                      std::to_string(met) + " of " + std::to_string(firstUse.size()) +
+                          " (slowest " + fixed(slowest, 3) + " ms, largest " + fixed(largest, 0) +
+                          " KiB)",
+                      met == firstUse.size() ? "yes" : "NO"});
+  }
+  return checks;
+}
+
+void printTargets(const std::vector<TargetCheck>& checks, std::ostream& out) {
+  out << "\n### Targets (ratios of medians measured in this run)\n\n"
+      << "| target | measured | holds |\n|---|---|---|\n";
+  for (const TargetCheck& c : checks) {
+    out << "| " << c.target << " | " << c.measured << " | " << c.verdict << " |\n";
+  }
+}
+
 // --- the machine -----------------------------------------------------------
 
 std::string cpuModel() {
@@ -613,16 +912,19 @@ bool selected(const Options& o, const std::string& key) {
 int usage() {
   std::fprintf(stderr,
                "usage: conversion_bench --corpora DIR [--results FILE] [--rounds N] "
-               "[--only utf8-utf16,utf16-utf8,cp1252,cp932,gb18030,euckr,first-use]\n");
+               "[--only utf8-utf16,utf16-utf8,cp1252,cp932,gb18030,euckr,big5,eucjp,sjis2004,"
+               "threads,first-use]\n");
   return 2;
 }
 
 void writeJson(const Options& o, const std::vector<std::vector<Measured>>& tables,
-               const std::vector<FirstUse>& firstUse) {
+               const std::vector<ThreadResult>& threads, const std::vector<FirstUse>& firstUse,
+               const std::vector<TargetCheck>& targets) {
   std::ofstream out(o.results);
   out << "{\n \"cpu\": " << jsonString(cpuModel()) << ",\n \"cpu_flags\": "
-      << jsonString(cpuFlags()) << ",\n \"date\": " << jsonString(today())
-      << ",\n \"rounds\": " << o.rounds << ",\n \"results\": [";
+      << jsonString(cpuFlags()) << ",\n \"simdutf_kernel\": " << jsonString(simdutfKernel())
+      << ",\n \"date\": " << jsonString(today()) << ",\n \"rounds\": " << o.rounds
+      << ",\n \"results\": [";
   const char* separator = "\n";
   for (const auto& rows : tables) {
     for (const Measured& m : rows) {
@@ -646,6 +948,24 @@ void writeJson(const Options& o, const std::vector<std::vector<Measured>>& table
         separator = ",\n";
       }
     }
+  }
+  out << "\n ],\n \"threads\": [";
+  separator = "\n";
+  for (const ThreadResult& t : threads) {
+    out << separator << "  {\"family\": " << jsonString(t.family)
+        << ", \"charset\": " << jsonString(t.charset)
+        << ", \"one_thread_per_s\": " << fixed(t.oneThreadPerS, 0)
+        << ", \"two_threads_per_s\": " << fixed(t.twoThreadsPerS, 0)
+        << ", \"ratio\": " << fixed(t.ratio(), 3) << "}";
+    separator = ",\n";
+  }
+  out << "\n ],\n \"targets\": [";
+  separator = "\n";
+  for (const TargetCheck& t : targets) {
+    out << separator << "  {\"target\": " << jsonString(t.target)
+        << ", \"measured\": " << jsonString(t.measured)
+        << ", \"holds\": " << jsonString(t.verdict) << "}";
+    separator = ",\n";
   }
   out << "\n ],\n \"first_use\": [";
   separator = "\n";
@@ -689,6 +1009,10 @@ int main(int argc, char** argv) {
   g_self.assign(self, static_cast<size_t>(length));
 
   std::printf("CPU: %s (%s)\n", cpuModel().c_str(), cpuFlags().c_str());
+  const std::string simdutf = haveSimdutf()
+                                  ? "9.1.0, kernel " + simdutfKernel()
+                                  : "not built in (configure with -DKELULIB_SIMDUTF_DIR=...)";
+  std::printf("simdutf: %s\n", simdutf.c_str());
 
   // First use comes first, while this process has loaded no table (the
   // children are fresh processes anyway).
@@ -697,9 +1021,11 @@ int main(int argc, char** argv) {
     for (KelCharSet id : tableDrivenIds()) firstUse.push_back(measureFirstUse(id, 5));
   }
 
-  if (g_corporaDir.empty() && !(options.only.size() == 1 && options.only[0] == "first-use")) {
-    return usage();
+  bool needsCorpora = options.only.empty();
+  for (const auto& key : options.only) {
+    needsCorpora = needsCorpora || (key != "first-use" && key != "threads");
   }
+  if (g_corporaDir.empty() && needsCorpora) return usage();
   const std::vector<Conversion> all = conversions();
   std::vector<std::unique_ptr<Case>> cases;
   bool right = true;
@@ -711,6 +1037,7 @@ int main(int argc, char** argv) {
       c->corpus = loadCorpus(name);
       addOurBackends(*c);
       if (!addIcuBackends(*c) || !addIconvBackend(*c)) return 2;
+      addSimdutfBackend(*c);
       addMemcpyBackend(*c);
       right = checkCase(*c) && right;
       cases.push_back(std::move(c));
@@ -740,14 +1067,20 @@ int main(int argc, char** argv) {
     tables.back().push_back(m);
   }
 
+  std::vector<ThreadResult> threads;
+  if (selected(options, "threads")) threads = measureThreads(options.rounds);
+
+  const std::vector<TargetCheck> targets = checkTargets(tables, threads, firstUse);
   std::ostringstream report;
   report << "Input MB/s (10^6 bytes of input per second), median of " << options.rounds
          << " interleaved rounds.\n";
   for (const auto& rows : tables) printConversion(rows, report);
+  if (!threads.empty()) printThreads(threads, report);
   if (!firstUse.empty()) printFirstUse(firstUse, report);
+  printTargets(targets, report);
   std::fputs(report.str().c_str(), stdout);
   if (!options.results.empty()) {
-    writeJson(options, tables, firstUse);
+    writeJson(options, tables, threads, firstUse, targets);
     std::printf("\nResults written to %s\n", options.results.c_str());
   }
   return 0;

@@ -26,6 +26,7 @@ COLOURS = {
     "ICU ucnv": "#d62728",
     "ICU u_str": "#ff9896",
     "iconv": "#2ca02c",
+    "simdutf": "#9467bd",
     "memcpy": "#b0b0b0",
 }
 BACKENDS = list(COLOURS)
@@ -204,7 +205,9 @@ def draw(data):
                 + ("whiskers: slowest to fastest round, box: the middle half of the rounds. "
                    if has_spread else "this file records no spread of the rounds. ")
                 + f"Ratios: ours to the fastest peer on that corpus. "
-                f"{data.get('cpu', '')}, {data.get('date', '')}.")
+                f"{data.get('cpu', '')} ({data.get('cpu_flags', '')}"
+                + (f"; simdutf kernel {data['simdutf_kernel']}" if "simdutf_kernel" in data else "")
+                + f"), {data.get('date', '')}.")
     legend = []
     x = MARGIN
     for backend in BACKENDS:

@@ -16,11 +16,16 @@
 //   fromUTF16 writes under ILLCHAR_REPLACE into exactly that room.
 // - Every character a table-driven converter decodes encodes back to bytes
 //   that decode to it again.
+// - At every vector level this processor has, toUTF16 and fromUTF16 give
+//   the same output and illegal flag as the plain code (the fast paths
+//   off), whatever the room, source limit and policy.
 // - UTF-32's toUTF8 stays within five bytes past its room (no terminator
 //   then); fromUTF8 within its room; UTF-8 -> UTF-32 -> UTF-8 -> UTF-32 is
 //   stable. The other converters do not offer the direct operations.
 #include <string>
+#include <utility>
 
+#include "charset/simd/simd_level.h"
 #include "fuzz/fuzz_input.h"
 
 namespace {
@@ -30,6 +35,7 @@ using kelulib_fuzz::FuzzInput;
 using kelulib_fuzz::terminatedText;
 using kelulib_fuzz::unitsOf;
 using kelulib_fuzz::upToZero;
+using kelulib::KelSimdLevel;
 
 constexpr size_t kAllUnits = static_cast<size_t>(-1);
 
@@ -56,13 +62,18 @@ Decoded decode(KelCharSetConverter* converter, const ExactBuffer<Unit>& source, 
 }
 
 // fromUTF16 of `text` (terminated) into exactly room + overrun + the null
-// size bytes; `overrun` is what the converter may write past its room.
+// size bytes; `overrun` is what the converter may write past its room. The
+// text starts `offset` units into its heap block (which ends with its
+// terminator), so that block reads meet it at every alignment.
 std::string encode(KelCharSetConverter* converter, const std::u16string& text, size_t room,
-                   ILLCHAR_OPTYPE op, size_t overrun, bool* illegal = nullptr) {
+                   ILLCHAR_OPTYPE op, size_t overrun, bool* illegal = nullptr,
+                   size_t offset = 0) {
   const size_t nullSize = converter->getNullCharSize();
-  const ExactBuffer<wchar16> source = terminatedText(text);
+  ExactBuffer<wchar16> source(offset + text.size() + 1, 0);
+  if (!text.empty()) std::memcpy(source.data() + offset, text.data(), text.size() * 2);
   ExactBuffer<char> dst(room + overrun + nullSize);
-  const size_t written = converter->fromUTF16(dst.data(), source.data(), room, op, illegal);
+  const size_t written =
+      converter->fromUTF16(dst.data(), source.data() + offset, room, op, illegal);
   KELULIB_FUZZ_CHECK(written <= room + overrun, "fromUTF16 wrote more bytes than its room");
   for (size_t i = 0; i < nullSize; ++i) {
     KELULIB_FUZZ_CHECK(dst[written + i] == 0, "fromUTF16 did not end its output with a zero");
@@ -91,6 +102,21 @@ size_t encodeOverrun(KelCharSetConverter* converter, const std::u16string& units
   size_t highs = 0;
   for (wchar16 unit : units) highs += isHigh(unit) ? 1 : 0;
   return highs;
+}
+
+// Calls `call` (which returns what a conversion gave) with the fast paths
+// off and at each vector level the processor has, and checks that every
+// level gives what the plain code gives.
+template <typename Call>
+void checkEveryLevelLikePlainCode(const Call& call, const char* message) {
+  const KelSimdLevel before = kelulib::setActiveSimdLevel(KelSimdLevel::kScalar);
+  const auto plain = call();
+  for (int level = static_cast<int>(KelSimdLevel::kSse2);
+       level <= static_cast<int>(kelulib::supportedSimdLevel()); ++level) {
+    kelulib::setActiveSimdLevel(static_cast<KelSimdLevel>(level));
+    KELULIB_FUZZ_CHECK(call() == plain, message);
+  }
+  kelulib::setActiveSimdLevel(before);
 }
 
 bool isPrefix(const std::u16string& prefix, const std::u16string& text) {
@@ -124,6 +150,14 @@ void checkDecoding(KelCharSetConverter* converter, const std::basic_string<Unit>
   if (!replaced.illegal) {
     KELULIB_FUZZ_CHECK(stopped.units == replaced.units, "ILLCHAR_STOP stopped on legal input");
   }
+  for (ILLCHAR_OPTYPE op : {ILLCHAR_STOP, ILLCHAR_REPLACE}) {
+    checkEveryLevelLikePlainCode(
+        [&] {
+          const Decoded decoded = decode(converter, source, room, op, srcLimit);
+          return std::make_pair(decoded.units, decoded.illegal);
+        },
+        "toUTF16 at a vector level differs from the plain code");
+  }
 }
 
 // Counting, then converting into what the count asked for.
@@ -152,13 +186,23 @@ void checkCounting(KelCharSetConverter* converter, KelCharSet id,
 void checkEncoding(KelCharSetConverter* converter, KelCharSet id, const std::u16string& text,
                    FuzzInput& in) {
   const size_t room = in.room(text.size() * 6);
+  const size_t offset = in.byte() % 16;
   std::string byPolicy[4];
   for (int op = 0; op < 4; ++op) {
     const auto policy = static_cast<ILLCHAR_OPTYPE>(op);
     const std::u16string units = encodableUnits(text, id, policy);
     bool illegal = true;
     byPolicy[op] = encode(converter, units, room, policy, encodeOverrun(converter, units, policy),
-                          &illegal);
+                          &illegal, offset);
+    if (op == 3) continue;
+    checkEveryLevelLikePlainCode(
+        [&] {
+          bool flag = true;
+          std::string bytes = encode(converter, units, room, policy,
+                                     encodeOverrun(converter, units, policy), &flag, offset);
+          return std::make_pair(bytes, flag);
+        },
+        "fromUTF16 at a vector level differs from the plain code");
   }
   KELULIB_FUZZ_CHECK(byPolicy[3] == byPolicy[ILLCHAR_REPLACE],
                      "fromUTF16 policy 3 is not ILLCHAR_REPLACE");

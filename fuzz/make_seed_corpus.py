@@ -95,6 +95,18 @@ def converter_seeds():
         for cs, op in ((65001, 2), (30933, 2), (54936, 3)):
             write("converter_fuzzer", f"units{i}_op{op}_{NAMES[cs]}",
                   pick(cs) + bytes([op, 0]) + choices + u16(units))
+    # Texts long enough for the block kernels, with room for all of them:
+    # decoding (room as long as the text, no source limit) and encoding
+    # (the natural room, the text at each of a few offsets in its block).
+    whole = bytes([2, 0, 0x07, 0x22, 0x03, 0x90, 0x01, 0x05])
+    for cs in (65001, 932, 950, 30950, 30933, 51932, 51949, 54936):
+        write("converter_fuzzer", f"blocks_decode_{NAMES[cs]}",
+              pick(cs) + bytes([0, 0]) + whole + golden(cs))
+    for offset in (0, 3, 8):
+        for cs in (65001, 932):
+            text = (GOLDEN / f"KelCS_{NAMES[cs]}.utf8").read_bytes()[:240]
+            write("converter_fuzzer", f"blocks_encode{offset}_{NAMES[cs]}",
+                  pick(cs) + bytes([2, 1, 2, offset]) + whole[2:] + text)
 
 
 def flat_seeds():

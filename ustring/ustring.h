@@ -586,8 +586,6 @@ class KELULIB_API KelUString {
 
   // Whether unit `c` is one that `target` removes.
   static bool matchesTrimTarget(wchar16 c, TrimTarget target);
-  // Whether `needle` (m > 0 units) occurs at position i.
-  bool matchesAt(const KelUString& needle, size_t i) const;
 
   // Iterator checks: each throws std::out_of_range for a pointer outside the
   // range it allows and returns the pointer's position.

@@ -2,6 +2,7 @@
 // canonicalCompare or canonicalCompareNoCase, every substring search in
 // find(const KelUString&, size_t) or rfind(const KelUString&, size_t).
 #include "uchar/uchar.h"
+#include "ustring/unit_search.h"
 #include "ustring/ustring.h"
 
 namespace {
@@ -149,13 +150,6 @@ KELULIB_DEFINE_RELATIONAL_OPERATOR(>=)
 
 // --- Search -----------------------------------------------------------------
 
-bool KelUString::matchesAt(const KelUString& needle, size_t i) const {
-  const wchar16* units = c_wstr();
-  if (units[i] != needle[0]) return false;
-  return needle.size() == 1 || canonicalCompare(units + i + 1, needle.c_wstr() + 1,
-                                                needle.size() - 1) == 0;
-}
-
 size_t KelUString::find(wchar16 c, size_t pos) const {
   const size_t length = size();
   if (pos >= length || c == 0) return npos;
@@ -172,10 +166,9 @@ size_t KelUString::find(const KelUString& s, size_t pos) const {
   if (length == 0 || pos >= length || m == 0) return npos;
   if (&s == this) return pos == 0 ? 0 : npos;
   if (m > length || pos > length - m) return npos;
-  for (size_t i = pos; i <= length - m; ++i) {
-    if (matchesAt(s, i)) return i;
-  }
-  return npos;
+  // Linear in the text and the needle, however repetitive they are.
+  const size_t found = kelulib::findUnits(c_wstr(), pos, length - m, s.c_wstr(), m);
+  return found == kelulib::kNotFound ? npos : found;
 }
 
 size_t KelUString::find(const wchar16* s, size_t pos) const { return find(KelUString(s), pos); }
@@ -212,10 +205,8 @@ size_t KelUString::rfind(const KelUString& s, size_t pos) const {
   if (&s == this) return 0;
   if (m > length) return npos;
   const size_t start = pos > length - m ? length - m : pos;
-  for (size_t i = start + 1; i-- > 0;) {
-    if (matchesAt(s, i)) return i;
-  }
-  return npos;
+  const size_t found = kelulib::rfindUnits(c_wstr(), start, s.c_wstr(), m);
+  return found == kelulib::kNotFound ? npos : found;
 }
 
 size_t KelUString::rfind(const wchar16* s, size_t pos) const {

@@ -2,7 +2,8 @@
 """Makes the benchmark's text corpora from Debian packages.
 
 Real text that nobody here wrote: translated manual pages (English, French,
-Russian, Japanese, Chinese) and the Korean help of LibreOffice. The packages
+Russian, Japanese, Simplified and Traditional Chinese) and the Korean help
+of LibreOffice. The packages
 are fetched with `apt-get download` and unpacked with `dpkg-deb -x` into a
 work folder; nothing is installed. Markup is stripped (roff and man/mdoc
 macros and escapes, HTML tags), the files of each language are joined in
@@ -49,11 +50,17 @@ SOURCES = {
     "ru": {"packages": ["manpages-ru"], "dirs": ["usr/share/man/ru/"], "markup": "roff"},
     "ja": {"packages": ["manpages-ja"], "dirs": ["usr/share/man/ja/"], "markup": "roff"},
     "zh": {"packages": ["manpages-zh"], "dirs": ["usr/share/man/zh_CN/"], "markup": "roff"},
+    "tw": {"packages": ["manpages-zh"], "dirs": ["usr/share/man/zh_TW/"], "markup": "roff"},
     # LibreOffice's help is partly untranslated: only its lines with Hangul
     # are kept (about 2.2 MB, the largest Korean prose in Debian's archive).
     "ko": {"packages": ["libreoffice-help-ko"], "dirs": ["usr/share/libreoffice/help/ko/"],
            "markup": "html", "lines": "[\uac00-\ud7a3]"},
 }
+
+BIG5_DROPPED = ("\uff0f\uff3c\u5341\u5345\u2550\u255e\u2561\u256a\u256d\u256e\u256f\u2570"
+                "\u2022\u00a2\u00a3\u00a5\u2013\u2014\uff5e")
+EUCJP_DROPPED = "\u301c\u2016\u2212\u00a2\u00a3\u00ac\u00a6\u2116"
+SJIS2004_DROPPED = "\\~\u2015"
 
 # The legacy corpora: (text corpus, Python codec, file suffix, characters to
 # drop although the codec has them). The English text gives the ASCII-heavy
@@ -73,6 +80,23 @@ SOURCES = {
 #   four characters.
 # - gb18030: U+1E3F and U+E7C7 swapped places between the 2000 and 2005
 #   editions of GB18030.
+# - big5: only characters of Big5's standard blocks (codes 0xA140-0xA3BF,
+#   0xA440-0xC67E, 0xC940-0xF9D5; Python's codecs also have the ETEN
+#   extensions, which the other peers lack) that Python's big5 and cp950
+#   encode alike; without the values that two codes share in Big5 (U+FF0F,
+#   U+FF3C, U+5341, U+5345) or in code page 950 (eight box-drawing
+#   characters), since which code a writer picks differs between peers; and
+#   without the characters that vendors' tables map differently (U+2022,
+#   which ICU and glibc read from 0xA145 as U+2027; U+00A2, U+00A3 and
+#   U+00A5, which they read as the fullwidth signs; U+2013, U+2014 and
+#   U+FF5E, which code page 950 places elsewhere than Big5).
+# - euc_jp: without the JIS X 0208 characters whose Unicode mapping differs
+#   between JIS's and Microsoft's tables (wave dash, double vertical line,
+#   minus sign, the cent, pound and not signs), and the two JIS X 0212
+#   characters that ICU writes with other codes (U+00A6, U+2116).
+# - shift_jis_2004: without the backslash, the tilde and U+2015, which
+#   Python writes as 0x815F, 0x81B0 and 0x815C and glibc reads as U+FF3C,
+#   U+FF5E and U+2014.
 LEGACY = [
     ("en", "cp1252", "cp1252", ""),
     ("fr", "cp1252", "cp1252", ""),
@@ -82,13 +106,22 @@ LEGACY = [
     ("zh", "gb18030", "gb18030", "\u1e3f\ue7c7"),
     ("en", "euc_kr", "euckr", "\u20ac\u00ae"),
     ("ko", "euc_kr", "euckr", "\u20ac\u00ae"),
+    ("en", "big5", "big5", BIG5_DROPPED),
+    ("tw", "big5", "big5", BIG5_DROPPED),
+    ("en", "euc_jp", "eucjp", EUCJP_DROPPED),
+    ("ja", "euc_jp", "eucjp", EUCJP_DROPPED),
+    ("en", "shift_jis_2004", "sjis2004", SJIS2004_DROPPED),
+    ("ja", "shift_jis_2004", "sjis2004", SJIS2004_DROPPED),
 ]
 
 # A second codec that must agree with the first on every character kept.
-AGREEING_CODEC = {"cp932": "shift_jis"}
+AGREEING_CODEC = {"cp932": "shift_jis", "big5": "cp950"}
 
 # The longest encoding of one character kept, where it is not the codec's.
 LONGEST_CODE = {"euc_kr": 2}
+
+# The two-byte codes kept, where not every code the codec writes is.
+TWO_BYTE_CODES = {"big5": [(0xA140, 0xA3BF), (0xA440, 0xC67E), (0xC940, 0xF9D5)]}
 
 
 # --- roff ------------------------------------------------------------------
@@ -332,9 +365,9 @@ def make_text(name, source, root):
 
 # --- the legacy corpora ----------------------------------------------------
 
-def expressible(codec, extra_codec, longest, dropped):
+def expressible(codec, extra_codec, longest, dropped, two_byte_codes=None):
     """A test of whether a character survives `codec` both ways (and agrees
-    with `extra_codec`)."""
+    with `extra_codec`, and its two-byte code lies in `two_byte_codes`)."""
     cache = {}
 
     def test(c):
@@ -346,6 +379,9 @@ def expressible(codec, extra_codec, longest, dropped):
                     ok = encoded.decode(codec) == c and len(encoded) <= longest
                     if ok and extra_codec:
                         ok = c.encode(extra_codec) == encoded
+                    if ok and two_byte_codes and len(encoded) == 2:
+                        code = encoded[0] << 8 | encoded[1]
+                        ok = any(first <= code <= last for first, last in two_byte_codes)
                 except UnicodeError:
                     ok = False
             cache[c] = ok
@@ -354,7 +390,8 @@ def expressible(codec, extra_codec, longest, dropped):
 
 
 def make_legacy(text, codec, dropped):
-    keep = expressible(codec, AGREEING_CODEC.get(codec), LONGEST_CODE.get(codec, 4), set(dropped))
+    keep = expressible(codec, AGREEING_CODEC.get(codec), LONGEST_CODE.get(codec, 4), set(dropped),
+                       TWO_BYTE_CODES.get(codec))
     kept = "".join(c for c in text if keep(c))
     return kept.encode(codec), len(text) - len(kept)
 

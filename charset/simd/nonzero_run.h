@@ -55,7 +55,7 @@ class KelNonZeroRun {
  private:
   static constexpr size_t kRescanBelow = 256;
   static constexpr size_t kFirstChunk = 512;
-  static constexpr size_t kLargestChunk = size_t{1} << 16;
+  static constexpr size_t kLargestChunk = size_t{1} << 13;
 
   const Unit* m_end;
   size_t m_chunk = kFirstChunk;

@@ -8,12 +8,16 @@ namespace {
 KelSimdLevel detectSimdLevel() {
 #if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
   __builtin_cpu_init();
-  if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+  // The AVX2 kernels also use BMI1, BMI2 and POPCNT; the AVX-512 level runs
+  // the AVX2 kernels where it has none of its own.
+  const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+                    __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt");
+  if (avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
       __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi") &&
       __builtin_cpu_supports("avx512vbmi2")) {
     return KelSimdLevel::kAvx512;
   }
-  if (__builtin_cpu_supports("avx2")) return KelSimdLevel::kAvx2;
+  if (avx2) return KelSimdLevel::kAvx2;
   return KelSimdLevel::kSse2;
 #else
   return KelSimdLevel::kScalar;

@@ -11,7 +11,7 @@ enum class KelSimdLevel : int {
   kScalar = 0,
   // 16 bytes at a time (every x86-64 processor).
   kSse2 = 1,
-  // 32 bytes at a time.
+  // 32 bytes at a time (AVX2, with BMI1, BMI2 and POPCNT).
   kAvx2 = 2,
   // 64 bytes at a time, with byte compression and byte permutes
   // (AVX-512 F, BW, VL, VBMI and VBMI2).

@@ -1,5 +1,7 @@
 #include "charset/simd/text_kernels.h"
 
+#include <cstdint>
+
 #include "charset/simd/byte_table_blocks.h"
 #include "charset/simd/simd_level.h"
 #include "charset/simd/text_kernels_x86.h"
@@ -44,15 +46,37 @@ size_t narrowAscii(const wchar16* in, size_t count, unsigned char* out, unsigned
 }
 
 KelKernelRun utf8ToUtf16(const unsigned char* in, size_t count, wchar16* out) {
-  if (avx512Active()) return x86::utf8ToUtf16Avx512(in, count, out);
+  switch (activeSimdLevel()) {
+    case KelSimdLevel::kAvx512:
+      return x86::utf8ToUtf16Avx512(in, count, out);
+    case KelSimdLevel::kAvx2:
+      return x86::utf8ToUtf16Avx2(in, count, out);
+    default:
+      break;
+  }
   const size_t ascii = widenAscii(in, count, out);
   return {ascii, ascii};
 }
 
 KelKernelRun utf16ToUtf8(const wchar16* in, size_t count, unsigned char* out, size_t room) {
-  if (avx512Active()) return x86::utf16ToUtf8Avx512(in, count, out, room);
+  switch (activeSimdLevel()) {
+    case KelSimdLevel::kAvx512:
+      return x86::utf16ToUtf8Avx512(in, count, out, room);
+    default:
+      break;
+  }
   const size_t ascii = narrowAscii(in, count < room ? count : room, out);
   return {ascii, ascii};
+}
+
+bool utf16ToUtf8FindsZero(const wchar16* in) {
+  return activeSimdLevel() == KelSimdLevel::kAvx2 && reinterpret_cast<uintptr_t>(in) % 2 == 0;
+}
+
+KelKernelRun utf16ToUtf8UpToZero(const wchar16* in, size_t window, unsigned char* out,
+                                 size_t room) {
+  if (!utf16ToUtf8FindsZero(in)) return {0, 0};
+  return x86::utf16ToUtf8UpToZeroAvx2(in, window, out, room);
 }
 
 size_t mapBytesToUnits(const unsigned char* in, size_t count, const wchar16* table, wchar16* out) {
@@ -85,6 +109,16 @@ KelKernelRun mapBytesToUtf8(const unsigned char* in, size_t count, const uint32_
                        in, count, sequences, out, room);
 }
 
+bool pairKernelsOn() {
+  return static_cast<int>(activeSimdLevel()) >= static_cast<int>(KelSimdLevel::kAvx2);
+}
+
+KelKernelRun pairsToUtf16(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
+                          const KelPairDecoding& decoding, wchar16* out) {
+  if (!pairKernelsOn()) return {0, 0};
+  return x86::pairsToUtf16Avx2(in, count, unitsOfCodes, decoding, out);
+}
+
 bool tableKernelsOn() { return avx512Active(); }
 
 #else  // No kernels: every conversion runs its plain code.
@@ -93,6 +127,8 @@ size_t widenAscii(const unsigned char*, size_t, wchar16*, unsigned) { return 0; 
 size_t narrowAscii(const wchar16*, size_t, unsigned char*, unsigned) { return 0; }
 KelKernelRun utf8ToUtf16(const unsigned char*, size_t, wchar16*) { return {0, 0}; }
 KelKernelRun utf16ToUtf8(const wchar16*, size_t, unsigned char*, size_t) { return {0, 0}; }
+bool utf16ToUtf8FindsZero(const wchar16*) { return false; }
+KelKernelRun utf16ToUtf8UpToZero(const wchar16*, size_t, unsigned char*, size_t) { return {0, 0}; }
 size_t mapBytesToUnits(const unsigned char*, size_t, const wchar16*, wchar16*) { return 0; }
 size_t mapLowUnitsToBytes(const wchar16*, size_t, const unsigned char*, unsigned char*) {
   return 0;
@@ -105,6 +141,11 @@ KelKernelRun eucToUtf16(const unsigned char*, size_t, const uint16_t*, wchar16*)
 KelKernelRun mapBytesToUtf8(const unsigned char*, size_t, const uint32_t*, unsigned char*, size_t) {
   return {0, 0};
 }
+KelKernelRun pairsToUtf16(const unsigned char*, size_t, const uint16_t*, const KelPairDecoding&,
+                          wchar16*) {
+  return {0, 0};
+}
+bool pairKernelsOn() { return false; }
 bool tableKernelsOn() { return false; }
 
 #endif

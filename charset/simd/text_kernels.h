@@ -16,6 +16,7 @@
 #include <cstdint>
 
 #include "charset/charset_id.h"
+#include "charset/simd/pair_decoding.h"
 
 namespace kelulib {
 
@@ -46,6 +47,18 @@ KelKernelRun utf8ToUtf16(const unsigned char* in, size_t count, wchar16* out);
 // Units that are not surrogates to their UTF-8 sequences of one to three
 // bytes. Writes at most `room` bytes.
 KelKernelRun utf16ToUtf8(const wchar16* in, size_t count, unsigned char* out, size_t room);
+
+// True when utf16ToUtf8UpToZero converts text at `in` at the active level.
+bool utf16ToUtf8FindsZero(const wchar16* in);
+
+// As utf16ToUtf8, for a text whose run is not known in advance: converts up
+// to its first zero unit (not included) and at most `window` units, finding
+// the zero itself. It reads the text only in whole aligned 32-byte blocks
+// (never crossing into another page), so it may read the bytes of such a
+// block past the terminator, or before `in`, without using them. Returns
+// {0, 0} where utf16ToUtf8FindsZero is false.
+KelKernelRun utf16ToUtf8UpToZero(const wchar16* in, size_t window, unsigned char* out,
+                                 size_t room);
 
 // Bytes to the units `table` (256 entries) gives them. Stops before a byte
 // whose entry is 0. Writes at most `count` units.
@@ -83,7 +96,23 @@ KelKernelRun eucToUtf16(const unsigned char* in, size_t count, const uint16_t* u
 KelKernelRun mapBytesToUtf8(const unsigned char* in, size_t count, const uint32_t* sequences,
                             unsigned char* out, size_t room);
 
-// True when the table kernels (mapUnitsToCodes, eucToUtf16) convert
+// Double-byte text as `decoding` describes it (see pair_decoding.h) to
+// UTF-16: bytes below decoding.asciiEnd that start a character to
+// themselves, pairs to `unitsOfCodes[code]` (a table of 65,536 units and two
+// more, readable), and, when decoding.singlesLookedUp, other bytes that
+// start a character to the unit of their own code. The start of `in` must
+// be a character boundary. Stops before a lead byte that no trail byte
+// follows, before a byte that starts a character and neither is below
+// asciiEnd nor is looked up, and before a character whose unit is 0. Writes
+// at most `count` units.
+KelKernelRun pairsToUtf16(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
+                          const KelPairDecoding& decoding, wchar16* out);
+
+// True when pairsToUtf16 converts anything at the active level, so that the
+// table of units it reads is worth building.
+bool pairKernelsOn();
+
+// True when the table kernels mapUnitsToCodes and eucToUtf16 convert
 // anything at the active level, so that their tables are worth building.
 bool tableKernelsOn();
 

@@ -25,6 +25,9 @@ size_t narrowAsciiSse2(const wchar16* in, size_t count, unsigned char* out, unsi
 size_t narrowAsciiAvx2(const wchar16* in, size_t count, unsigned char* out, unsigned end);
 size_t narrowAsciiAvx512(const wchar16* in, size_t count, unsigned char* out, unsigned end);
 
+KelKernelRun utf8ToUtf16Avx2(const unsigned char* in, size_t count, wchar16* out);
+KelKernelRun utf16ToUtf8UpToZeroAvx2(const wchar16* in, size_t window, unsigned char* out,
+                                     size_t room);
 KelKernelRun utf8ToUtf16Avx512(const unsigned char* in, size_t count, wchar16* out);
 KelKernelRun utf16ToUtf8Avx512(const wchar16* in, size_t count, unsigned char* out, size_t room);
 
@@ -34,6 +37,8 @@ size_t mapLowUnitsToBytesAvx512(const wchar16* in, size_t count, const unsigned 
                                 unsigned char* out);
 KelKernelRun eucToUtf16Avx512(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
                               wchar16* out);
+KelKernelRun pairsToUtf16Avx2(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
+                              const KelPairDecoding& decoding, wchar16* out);
 KelKernelRun mapUnitsToCodesAvx512(const wchar16* in, size_t count, const uint16_t* codes,
                                    unsigned asciiEnd, unsigned char* out, size_t room);
 

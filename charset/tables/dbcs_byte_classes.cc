@@ -66,12 +66,39 @@ constexpr bool leadsAboveAscii(const ByteRange (&leads)[kCount]) {
 }
 static_assert(leadsAboveAscii(kJapaneseLeads) && leadsAboveAscii(kWideLeads));
 
+constexpr KelByteClasses kJapanese = makeByteClasses(kJapaneseLeads, kJapaneseTrails);
+constexpr KelByteClasses kChinese = makeByteClasses(kWideLeads, kChineseTrails);
+constexpr KelByteClasses kKorean = makeByteClasses(kWideLeads, kKoreanTrails);
+constexpr KelByteClasses kBig5 = makeByteClasses(kWideLeads, kBig5Trails);
+
+constexpr KelPairDecoding pairDecoding(const KelByteClasses& classes) {
+  return {makeByteSet([&classes](unsigned b) { return (classes[b] & kLeadByteClass) != 0; }),
+          makeByteSet([&classes](unsigned b) { return (classes[b] & kTrailByteClass) != 0; }),
+          0xFFFF, 0x80, true};
+}
+
+constexpr KelPairDecoding kJapanesePairs = pairDecoding(kJapanese);
+constexpr KelPairDecoding kChinesePairs = pairDecoding(kChinese);
+constexpr KelPairDecoding kKoreanPairs = pairDecoding(kKorean);
+constexpr KelPairDecoding kBig5Pairs = pairDecoding(kBig5);
+
 }  // namespace
 
-const KelByteClasses kJapaneseByteClasses = makeByteClasses(kJapaneseLeads, kJapaneseTrails);
-const KelByteClasses kSimplifiedChineseByteClasses = makeByteClasses(kWideLeads, kChineseTrails);
-const KelByteClasses kKoreanByteClasses = makeByteClasses(kWideLeads, kKoreanTrails);
-const KelByteClasses kTraditionalChineseByteClasses = makeByteClasses(kWideLeads, kChineseTrails);
-const KelByteClasses kBig5ByteClasses = makeByteClasses(kWideLeads, kBig5Trails);
+const KelByteClasses kJapaneseByteClasses = kJapanese;
+const KelByteClasses kSimplifiedChineseByteClasses = kChinese;
+const KelByteClasses kKoreanByteClasses = kKorean;
+const KelByteClasses kTraditionalChineseByteClasses = kChinese;
+const KelByteClasses kBig5ByteClasses = kBig5;
+
+const KelPairDecoding* pairDecodingOf(const unsigned char* byteClasses) {
+  if (byteClasses == kJapaneseByteClasses.data()) return &kJapanesePairs;
+  if (byteClasses == kSimplifiedChineseByteClasses.data() ||
+      byteClasses == kTraditionalChineseByteClasses.data()) {
+    return &kChinesePairs;
+  }
+  if (byteClasses == kKoreanByteClasses.data()) return &kKoreanPairs;
+  if (byteClasses == kBig5ByteClasses.data()) return &kBig5Pairs;
+  return nullptr;
+}
 
 }  // namespace kelulib

@@ -23,6 +23,8 @@
 
 #include <array>
 
+#include "charset/simd/pair_decoding.h"
+
 namespace kelulib {
 
 using KelByteClasses = std::array<unsigned char, 256>;
@@ -35,6 +37,12 @@ extern const KelByteClasses kSimplifiedChineseByteClasses;
 extern const KelByteClasses kKoreanByteClasses;
 extern const KelByteClasses kTraditionalChineseByteClasses;
 extern const KelByteClasses kBig5ByteClasses;
+
+// How the block kernel pairs the bytes of a set with the byte classes
+// `byteClasses` (one of the five tables above; null for any other):
+// codes lead * 256 + trail, bytes below 0x80 their own units, other single
+// bytes looked up.
+const KelPairDecoding* pairDecodingOf(const unsigned char* byteClasses);
 
 }  // namespace kelulib
 

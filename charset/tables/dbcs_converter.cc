@@ -4,6 +4,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "charset/tables/dbcs_byte_classes.h"
 #include "charset/tables/mbcs_conversion.h"
 #include "charset/tables/mbcs_tables.h"
 #include "charset/unmappable.h"
@@ -59,9 +60,10 @@ auto codeOfUnit(const Tables& tables) {
   };
 }
 
-template <typename Tables>
+template <typename Tables, typename Kernel = kelulib::KelNoKernel>
 size_t decode(const KelCharSetConverterDBCSBase& classes, const Tables& tables, wchar16* dst,
-              const void* src, size_t dstUnits, ILLCHAR_OPTYPE op, bool* illegal, int srcLimit) {
+              const void* src, size_t dstUnits, ILLCHAR_OPTYPE op, bool* illegal, int srcLimit,
+              Kernel kernel = {}) {
   return kelulib::decodeText(
       dst, src, dstUnits, op, illegal, srcLimit,
       [&](const unsigned char* in) -> kelulib::KelDecoded {
@@ -72,7 +74,7 @@ size_t decode(const KelCharSetConverterDBCSBase& classes, const Tables& tables, 
         if (!classes.isTrailByte(in[1])) return {0, 1, false};
         return {tables.toUnicode(static_cast<uint16_t>(b << 8 | in[1])), 2, true};
       },
-      runStep(classes, tables), kelulib::asciiEndOf(tables));
+      runStep(classes, tables), kelulib::asciiEndOf(tables), kernel);
 }
 
 // A character of the UTF-16 text: its scalar and the units it takes.
@@ -175,11 +177,36 @@ size_t KelCharSetConverterDBCS::getNumUnits(void const* src, size_t srcBytes) {
                     [](uint16_t) { return size_t{1}; });
 }
 
+// The pairing kernel of a converter with these classes and tables, where
+// the classes are known to it (`codeUnits` gives the flat table of units it
+// reads). Single bytes below 0x80 are their own units where the tables map
+// them to themselves, and looked up like the others where not (Shift_JIS-
+// 2004's 0x5C and 0x7E).
+template <typename Tables, typename CodeUnits>
+auto pairKernel(const KelCharSetConverterDBCSBase& classes, const Tables& tables,
+                CodeUnits codeUnits) {
+  kelulib::KelPairDecoding pairs{};
+  const uint16_t* units = nullptr;
+  if (kelulib::pairKernelsOn()) {
+    if (const kelulib::KelPairDecoding* known = kelulib::pairDecodingOf(classes.byteClasses())) {
+      pairs = *known;
+      if (kelulib::asciiEndOf(tables) != kelulib::kAsciiEnd) pairs.asciiEnd = 0;
+      units = codeUnits();
+    }
+  }
+  return [pairs, units](const unsigned char* in, size_t count,
+                        wchar16* out) -> kelulib::KelKernelRun {
+    if (units == nullptr) return {0, 0};
+    return kelulib::pairsToUtf16(in, count, units, pairs, out);
+  };
+}
+
 size_t KelCharSetConverterDBCS::toUTF16(wchar16* dst, void const* src, size_t dstUnits,
                                         ILLCHAR_OPTYPE op, bool* illegal, int srcLimit) {
   if (dst == nullptr || src == nullptr) return 0;
   load();
-  return decode(*this, tables(), dst, src, dstUnits, op, illegal, srcLimit);
+  return decode(*this, tables(), dst, src, dstUnits, op, illegal, srcLimit,
+                pairKernel(*this, tables(), [this] { return codeUnits(); }));
 }
 
 size_t KelCharSetConverterDBCS::getNumBytes(wchar16 const* src, size_t srcUnits) {
@@ -227,7 +254,10 @@ size_t KelCharSetConverterDBCSEx::toUTF16(wchar16* dst, void const* src, size_t 
                                           ILLCHAR_OPTYPE op, bool* illegal, int srcLimit) {
   if (dst == nullptr || src == nullptr) return 0;
   load();
-  return decode(*this, tables(), dst, src, dstUnits, op, illegal, srcLimit);
+  // The kernel takes the characters of the BMP; those beyond it (a unit of
+  // 0 in its table) go to the plain code.
+  return decode(*this, tables(), dst, src, dstUnits, op, illegal, srcLimit,
+                pairKernel(*this, tables(), [this] { return codeUnits(); }));
 }
 
 size_t KelCharSetConverterDBCSEx::getNumBytes(wchar16 const* src, size_t srcUnits) {

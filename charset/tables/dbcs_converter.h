@@ -24,6 +24,9 @@ class KELULIB_API KelCharSetConverterDBCSBase {
   bool isLeadByte(unsigned char b) const { return (m_byteClasses[b] & 0x40) != 0; }
   bool isTrailByte(unsigned char b) const { return (m_byteClasses[b] & 0x80) != 0; }
 
+  // The 256 byte classes given to the constructor.
+  const unsigned char* byteClasses() const { return m_byteClasses; }
+
  private:
   const unsigned char* m_byteClasses;
 };

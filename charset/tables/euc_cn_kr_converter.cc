@@ -40,10 +40,12 @@ size_t KelCharSetConverterEUC_CN_KR::toUTF16(wchar16* dst, void const* src, size
         return {unit, unit != 0 ? size_t{2} : size_t{0}};
       },
       kEucAsciiEnd,
-      [units = kelulib::tableKernelsOn() ? codeUnits() : nullptr](
-          const unsigned char* in, size_t count, wchar16* out) -> kelulib::KelKernelRun {
+      [units = kelulib::pairKernelsOn() ? codeUnits() : nullptr,
+       avx512 = kelulib::tableKernelsOn()](const unsigned char* in, size_t count,
+                                           wchar16* out) -> kelulib::KelKernelRun {
         if (units == nullptr) return {0, 0};
-        return kelulib::eucToUtf16(in, count, units, out);
+        if (avx512) return kelulib::eucToUtf16(in, count, units, out);
+        return kelulib::pairsToUtf16(in, count, units, kelulib::kEucPairs, out);
       });
 }
 

@@ -22,8 +22,10 @@ KelCharSetConverterEUC_JP::~KelCharSetConverterEUC_JP() {
 
 void KelCharSetConverterEUC_JP::load() {
   KelCharSetConverterMBCS::load();
-  // Every conversion takes this lock after the first one, so none reads the
-  // JIS X 0208 tables while JIS X 0201 is being merged into them.
+  // The JIS X 0212 tables are published only after JIS X 0201 has been
+  // merged into the main ones, so a conversion that finds them published
+  // (and goes on without the lock) never reads the main tables mid-merge;
+  // one that does not waits here until the merge is done.
   kelulib::buildUnderLock(m_jis0212Lock, m_jis0212, [this]() -> Tables* {
     auto* supplementary = new (std::nothrow) Tables();
     if (supplementary != nullptr && supplementary->load(m_jis0212Name)) {
@@ -107,8 +109,17 @@ size_t KelCharSetConverterEUC_JP::toUTF16(wchar16* dst, void const* src, size_t 
                                           ILLCHAR_OPTYPE op, bool* illegal, int srcLimit) {
   if (dst == nullptr || src == nullptr) return 0;
   load();
-  return kelulib::decodeText(dst, src, dstUnits, op, illegal, srcLimit,
-                             [this](const unsigned char* in) { return decodeAt(in); });
+  // Blocks of text through the pairing kernel: the two-byte characters of
+  // JIS X 0208 and the bytes below 0x7F; the single shifts and everything
+  // else go to decodeAt.
+  return kelulib::decodeText(
+      dst, src, dstUnits, op, illegal, srcLimit,
+      [this](const unsigned char* in) { return decodeAt(in); }, kelulib::KelNoRunStep{}, 0,
+      [units = kelulib::pairKernelsOn() ? codeUnits() : nullptr](
+          const unsigned char* in, size_t count, wchar16* out) -> kelulib::KelKernelRun {
+        if (units == nullptr) return {0, 0};
+        return kelulib::pairsToUtf16(in, count, units, kelulib::kEucPairs, out);
+      });
 }
 
 size_t KelCharSetConverterEUC_JP::getNumBytes(wchar16 const* src, size_t srcUnits) {

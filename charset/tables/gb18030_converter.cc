@@ -21,6 +21,17 @@ constexpr uint32_t kFirstSupplementaryScalar = 254536;  // 0x90 0x30 0x81 0x30
 constexpr uint32_t kSupplementaryOffset = 189000;
 constexpr size_t kUnbounded = static_cast<size_t>(-1);
 
+// The two-byte characters for the block kernel: a lead 0x81-0xFE and a
+// trail 0x40-0x7E or 0x80-0xFE, looked up as lead * 256 + trail in the GBK
+// table; bytes below 0x80 are their own units. A lead before a digit (a
+// four-byte sequence), a single 0x80 or 0xFF, and a pair the GBK table
+// lacks end the run.
+constexpr kelulib::KelPairDecoding kGbkPairs = {
+    kelulib::makeByteSet([](unsigned b) { return b >= 0x81 && b <= 0xFE; }),
+    kelulib::makeByteSet(
+        [](unsigned b) { return (b >= 0x40 && b <= 0x7E) || (b >= 0x80 && b <= 0xFE); }),
+    0xFFFF, 0x80, false};
+
 // Bytes a GB scalar is written as; 1 for one that cannot be written (its "?").
 size_t bytesOf(uint32_t gbScalar) {
   if (gbScalar >= kFirstFourByteScalar && gbScalar <= kLastFourByteScalar) return 4;
@@ -51,6 +62,7 @@ KelCharSetConverterGB18030::~KelCharSetConverterGB18030() {
 
 void KelCharSetConverterGB18030::load() {
   KelCharSetConverterMBCS::load();
+  if (kelulib::isPublished(m_gbToUnicodeIndex) && kelulib::isPublished(m_unicodeToGbIndex)) return;
   kelulib::ObjLockGuard guard(m_rangeLock);
   kelulib::buildIfMissing(m_gbToUnicodeIndex, [] {
     return kelulib::buildRangeIndex(kelulib::kGbToUnicodeRanges, kelulib::kGbToUnicodeIndexShape);
@@ -148,6 +160,10 @@ size_t KelCharSetConverterGB18030::toUTF16(wchar16* dst, void const* src, size_t
   if (dst == nullptr || src == nullptr) return 0;
   load();
   const Tables& gbk = tables();
+  const uint16_t* units = nullptr;
+  if (kelulib::pairKernelsOn() && kelulib::asciiEndOf(gbk) == kelulib::kAsciiEnd) {
+    units = codeUnits();
+  }
   return kelulib::decodeText(
       dst, src, dstUnits, op, illegal, srcLimit,
       [this](const unsigned char* in) { return decodeAt(in, kUnbounded); },
@@ -163,7 +179,11 @@ size_t KelCharSetConverterGB18030::toUTF16(wchar16* dst, void const* src, size_t
         const wchar16 unit = gbk.toUnicode(static_cast<uint16_t>(makeScalar(b, in[1])));
         return {unit, unit != 0 ? size_t{2} : size_t{0}};
       },
-      kelulib::asciiEndOf(gbk));
+      kelulib::asciiEndOf(gbk),
+      [units](const unsigned char* in, size_t count, wchar16* out) -> kelulib::KelKernelRun {
+        if (units == nullptr) return {0, 0};
+        return kelulib::pairsToUtf16(in, count, units, kGbkPairs, out);
+      });
 }
 
 size_t KelCharSetConverterGB18030::getNumBytes(wchar16 const* src, size_t srcUnits) {

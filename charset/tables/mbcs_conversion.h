@@ -292,7 +292,9 @@ size_t decodeText(wchar16* dst, const void* src, size_t dstUnits, ILLCHAR_OPTYPE
   KelUnitWriter out(dst, dstUnits);
   const auto* in = static_cast<const unsigned char*>(src);
   size_t consumed = 0;
-  const bool runs = !std::is_same_v<RunStep, KelNoRunStep> && fastPathsOn();
+  const bool runs =
+      (!std::is_same_v<RunStep, KelNoRunStep> || !std::is_same_v<Kernel, KelNoKernel>) &&
+      fastPathsOn();
   KelNonZeroRun<unsigned char> known(in);
   while (!out.full() && in[consumed] != 0) {
     if (runs) {

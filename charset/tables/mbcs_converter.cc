@@ -87,10 +87,20 @@ bool KelCharSetConverterMBCS::tablesLoaded() const {
 // --- KelCharSetConverterMBCSEx -------------------------------------------------
 
 KelCharSetConverterMBCSEx::KelCharSetConverterMBCSEx(const char* tableName, KelCharSet id)
-    : KelCharSetConverter(id), m_tableName(tableName), m_tables(nullptr) {}
+    : KelCharSetConverter(id), m_tableName(tableName), m_tables(nullptr), m_codeUnits(nullptr) {}
 
 KelCharSetConverterMBCSEx::~KelCharSetConverterMBCSEx() {
   delete m_tables.load(std::memory_order_relaxed);
+  delete[] m_codeUnits.load(std::memory_order_relaxed);
+}
+
+const uint16_t* KelCharSetConverterMBCSEx::codeUnits() const {
+  if (!tablesLoaded()) return nullptr;
+  const Tables& loaded = tables();
+  return flatTableOnce(m_codeUnits, [&loaded](uint16_t code) {
+    const uint32_t scalar = loaded.toUnicode(code);
+    return static_cast<uint16_t>(scalar <= 0xFFFF ? scalar : 0);
+  });
 }
 
 void KelCharSetConverterMBCSEx::load() { loadTables(m_lock, m_tables, m_tableName); }

@@ -3,8 +3,9 @@
 //
 // Each holds the name of its UNICODEMAP table and, once loaded, the table in
 // both directions as two-level lookups. Every conversion calls load() first:
-// it takes the converter's lock and, the first time, builds the tables; after
-// that the tables never change and are read without the lock.
+// the first time, it builds the tables under the converter's lock and
+// publishes them; after that the tables never change, and load() and the
+// conversions read them without taking the lock.
 //   MBCS: code -> UTF-16 unit and UTF-16 unit -> code (16/16 tables).
 //   MBCSEx: code -> Unicode scalar and scalar (planes 0-16) -> code (the
 //   16/32 tables, whose characters may lie beyond the BMP).
@@ -39,8 +40,9 @@ class KELULIB_API KelCharSetConverterMBCS : public KelCharSetConverter {
   // lifetime; the pointer is kept, not the text), not loaded yet.
   KelCharSetConverterMBCS(const char* tableName, KelCharSet id);
 
-  // Takes the converter's lock and, the first time, builds both directions
-  // of the table. A table that cannot be found leaves both empty, for good:
+  // The first time, builds both directions of the table under the
+  // converter's lock; once they are published, returns at once without
+  // taking it. A table that cannot be found leaves both empty, for good:
   // every code and character is then unmappable. Without a table name it
   // builds nothing.
   virtual void load();
@@ -106,12 +108,17 @@ class KELULIB_API KelCharSetConverterMBCSEx : public KelCharSetConverter {
   }
   bool tablesLoaded() const;
 
+  // As KelCharSetConverterMBCS::codeUnits, for the characters of the BMP:
+  // a code whose scalar lies beyond it reads as 0.
+  const uint16_t* codeUnits() const;
+
  private:
   // Tables with no entries, for conversions before loading.
   static const Tables& emptyTables();
 
   const char* m_tableName;
   std::atomic<Tables*> m_tables;
+  mutable std::atomic<uint16_t*> m_codeUnits;
   ObjLock m_lock;
 };
 

@@ -178,14 +178,16 @@ size_t KelCharSetConverterUTF8::fromUTF16(void* dst, wchar16 const* src, size_t 
     if (fast && room >= kLeastRoomForUnitRun) {
       // Every unit becomes at least one byte: `room` units are as far as the
       // loop below can get.
-      const size_t readable = known.from(in, room);
-      if (readable >= kShortestUnitRun) {
-        const kelulib::KelKernelRun run = kelulib::utf16ToUtf8(in, readable, out, room);
-        in += run.read;
-        out += run.written;
-        room -= run.written;
-        if (room == 0) break;
+      kelulib::KelKernelRun run{0, 0};
+      if (kelulib::utf16ToUtf8FindsZero(in)) {
+        run = kelulib::utf16ToUtf8UpToZero(in, room, out, room);
+      } else if (const size_t readable = known.from(in, room); readable >= kShortestUnitRun) {
+        run = kelulib::utf16ToUtf8(in, readable, out, room);
       }
+      in += run.read;
+      out += run.written;
+      room -= run.written;
+      if (room == 0) break;
     }
     const unsigned unit = *in;
     if (unit == 0) break;

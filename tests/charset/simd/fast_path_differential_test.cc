@@ -84,10 +84,21 @@ std::unique_ptr<Unit[]> exactCopy(const std::vector<Unit>& text) {
   return copy;
 }
 
+// Fills a whole output buffer, guards included, with a pattern that changes
+// from element to element, so that an element written and put back wrongly
+// shows.
+template <typename Out>
+void fillWithPattern(GuardedBuffer<Out>& buffer) {
+  for (size_t i = 0; i < buffer.size() + GuardedBuffer<Out>::kGuardCount; ++i) {
+    buffer.data()[i] = static_cast<Out>(0xA5 + 0x9E37 * i);
+  }
+}
+
 Outcome<wchar16> toUtf16(KelCharSetConverter* converter, const std::vector<unsigned char>& text,
                          size_t room, ILLCHAR_OPTYPE op, int srcLimit) {
   const auto src = exactCopy(text);
   GuardedBuffer<wchar16> dst(room + 1, static_cast<wchar16>(0xA5A5));
+  fillWithPattern(dst);
   bool illegal = false;
   const size_t result = converter->toUTF16(dst.data(), src.get(), room, op, &illegal, srcLimit);
   return {
@@ -102,6 +113,7 @@ Outcome<unsigned char> fromUtf16(KelCharSetConverter* converter, const std::vect
   // that much space so that only the comparison judges it.
   const size_t slack = text.size();
   GuardedBuffer<unsigned char> dst(room + 1 + slack);
+  fillWithPattern(dst);
   bool illegal = false;
   const size_t result = converter->fromUTF16(dst.data(), src.get(), room, op, &illegal);
   return {std::vector<unsigned char>(dst.data(), dst.data() + room + 1 + slack +
@@ -252,26 +264,35 @@ std::vector<size_t> sizesUpTo(size_t last, std::mt19937& random) {
   return sizes;
 }
 
+// One toUTF16 call at every fast level against the plain code; `where`
+// says what else the failure message needs.
+void expectSameToUtf16AtEveryLevel(KelCharSet id, const std::vector<unsigned char>& text,
+                                   size_t room, ILLCHAR_OPTYPE op, int limit,
+                                   const std::string& where) {
+  KelCharSetConverter* converter = KelCharSetConverter::getConverter(id);
+  Outcome<wchar16> reference;
+  {
+    ScopedSimdLevel plain(KelSimdLevel::kScalar);
+    reference = toUtf16(converter, text, room, op, limit);
+  }
+  for (KelSimdLevel level : fastLevels()) {
+    ScopedSimdLevel fast(level);
+    ASSERT_TRUE(toUtf16(converter, text, room, op, limit) == reference)
+        << "converter " << id << ", " << levelName(level) << ", room " << room << ", srcLimit "
+        << limit << ", policy " << op << ", " << where;
+  }
+}
+
 void expectSameToUtf16(KelCharSet id, const std::vector<unsigned char>& text,
                        std::mt19937& random) {
-  KelCharSetConverter* converter = KelCharSetConverter::getConverter(id);
   const size_t length = text.size() - 1;
   const std::vector<size_t> rooms = sizesUpTo(length + 2, random);
   std::vector<int> limits = {-1};
   for (size_t limit : sizesUpTo(length + 1, random)) limits.push_back(static_cast<int>(limit));
+  const std::string where = "text of " + std::to_string(length) + " bytes";
   for (ILLCHAR_OPTYPE op : kPolicies) {
     auto compare = [&](size_t room, int limit) {
-      Outcome<wchar16> reference;
-      {
-        ScopedSimdLevel plain(KelSimdLevel::kScalar);
-        reference = toUtf16(converter, text, room, op, limit);
-      }
-      for (KelSimdLevel level : fastLevels()) {
-        ScopedSimdLevel fast(level);
-        ASSERT_TRUE(toUtf16(converter, text, room, op, limit) == reference)
-            << "converter " << id << ", " << levelName(level) << ", room " << room << ", srcLimit "
-            << limit << ", policy " << op << ", text of " << length << " bytes";
-      }
+      expectSameToUtf16AtEveryLevel(id, text, room, op, limit, where);
     };
     for (size_t room : rooms) compare(room, -1);
     for (int limit : limits) compare(length + 2, limit);
@@ -505,6 +526,231 @@ TEST(FastPathDifferentialEuc, SourceLimitAtTheEndOfABlockStopsThere) {
     }
   }
 }
+
+// --- UTF-16 text at every alignment ---------------------------------------
+//
+// The UTF-16 to UTF-8 kernel reads whole aligned blocks and finds the
+// terminator in them; the first block of a text starts wherever the text
+// does. Texts start at every unit of a 64-byte span, and end at the end of
+// their heap block (so that a read past the terminator shows).
+
+// fromUTF16 of `text` placed `offset` units into a heap block that ends with
+// the text's terminator.
+Outcome<unsigned char> fromUtf16At(KelCharSetConverter* converter,
+                                   const std::vector<wchar16>& text, size_t offset, size_t room,
+                                   ILLCHAR_OPTYPE op) {
+  std::unique_ptr<wchar16[]> block(new wchar16[offset + text.size()]);
+  for (size_t i = 0; i < offset; ++i) block[i] = static_cast<wchar16>(0x4E00 + i);
+  std::memcpy(block.get() + offset, text.data(), text.size() * sizeof(wchar16));
+  const size_t slack = text.size();
+  GuardedBuffer<unsigned char> dst(room + 1 + slack);
+  fillWithPattern(dst);
+  bool illegal = false;
+  const size_t result =
+      converter->fromUTF16(dst.data(), block.get() + offset, room, op, &illegal);
+  return {std::vector<unsigned char>(dst.data(), dst.data() + room + 1 + slack +
+                                                     GuardedBuffer<unsigned char>::kGuardCount),
+          result, illegal};
+}
+
+void expectSameFromUtf16AtEveryOffset(KelCharSet id, const std::vector<wchar16>& text,
+                                      std::mt19937& random) {
+  KelCharSetConverter* converter = KelCharSetConverter::getConverter(id);
+  const size_t length = text.size() - 1;
+  std::vector<size_t> rooms = sizesUpTo(3 * length + 2, random);
+  if (rooms.size() > 40) rooms.resize(40);
+  for (size_t offset = 0; offset < 32; ++offset) {
+    for (ILLCHAR_OPTYPE op : kPolicies) {
+      if (id == KelCS_UTF8 && op == ILLCHAR_ESCAPE && length > 0 && text[length - 1] >= 0xD800 &&
+          text[length - 1] <= 0xDBFF) {
+        continue;
+      }
+      for (size_t room : rooms) {
+        Outcome<unsigned char> reference;
+        {
+          ScopedSimdLevel plain(KelSimdLevel::kScalar);
+          reference = fromUtf16At(converter, text, offset, room, op);
+        }
+        for (KelSimdLevel level : fastLevels()) {
+          ScopedSimdLevel fast(level);
+          ASSERT_TRUE(fromUtf16At(converter, text, offset, room, op) == reference)
+              << "converter " << id << ", " << levelName(level) << ", offset " << offset
+              << ", room " << room << ", policy " << op << ", text of " << length << " units";
+        }
+      }
+    }
+  }
+}
+
+TEST(FastPathDifferentialUtf16, TextsAtEveryAlignmentMatchPlainCode) {
+  std::mt19937 random(12);
+  for (size_t length : {0, 1, 5, 15, 16, 17, 31, 32, 33, 47, 48, 49, 63, 64, 65, 100, 130}) {
+    for (bool zeros : {false, true}) {
+      const std::vector<wchar16> text = randomUnits(random, length, zeros);
+      for (KelCharSet id : {KelCS_UTF8, KelCS_WCP1252, KelCS_WCP932, KelCS_GB18030}) {
+        expectSameFromUtf16AtEveryOffset(id, text, random);
+      }
+    }
+  }
+}
+
+TEST(FastPathDifferentialUtf16, RunsOfOneKindAtEveryAlignmentMatchPlainCode) {
+  // Whole blocks of ASCII, of units below 0x800 and of three-byte units,
+  // ended by a surrogate or a zero unit at every place.
+  std::mt19937 random(13);
+  for (wchar16 base : {wchar16{'a'}, wchar16{0x416}, wchar16{0x65E5}}) {
+    for (wchar16 ender : {wchar16{0xD800}, wchar16{0xDC00}, wchar16{0}, wchar16{0x41}}) {
+      for (size_t at : {size_t{0}, size_t{15}, size_t{16}, size_t{31}, size_t{32}, size_t{47},
+                        size_t{70}}) {
+        std::vector<wchar16> text(80, base);
+        for (size_t i = 0; i < text.size(); i += 7) text[i] = static_cast<wchar16>(base + i % 5);
+        text[at] = ender;
+        text.push_back(0);
+        expectSameFromUtf16AtEveryOffset(KelCS_UTF8, text, random);
+      }
+    }
+  }
+}
+
+// --- Double-byte text at every block position -----------------------------
+//
+// The pairing kernel of the double-byte, EUC and GB18030 converters: what
+// ends its runs (a lead byte without a trail byte, a lone high byte, an
+// unmapped pair, the sequences only the plain code reads) at every position
+// of two blocks, and runs of lead bytes of every length from every start,
+// whose parity decides which bytes start pairs.
+
+const KelCharSet kPairConverters[] = {KelCS_WCP932,   KelCS_WCP936, KelCS_WCP949,
+                                      KelCS_WCP950,   KelCS_BIG5,   KelCS_SHIFTJIS,
+                                      KelCS_SJIS0213, KelCS_EUC_JP, KelCS_EUC_CN,
+                                      KelCS_EUC_KR,   KelCS_GB18030};
+
+// `units` written with the converter (unmappable ones as "?").
+std::vector<unsigned char> encoded(KelCharSetConverter* converter,
+                                   const std::vector<wchar16>& units) {
+  std::vector<unsigned char> bytes(units.size() * 4 + 4);
+  const size_t n = converter->fromUTF16(bytes.data(), units.data(), units.size() * 4,
+                                        ILLCHAR_REPLACE, nullptr);
+  bytes.resize(n);
+  return bytes;
+}
+
+// What one sequence decodes to on its own: the units, and whether it was
+// read whole as one character.
+bool decodesAsOneCharacter(KelCharSetConverter* converter, std::vector<unsigned char> bytes) {
+  bytes.push_back(0);
+  wchar16 out[8] = {};
+  bool illegal = false;
+  const size_t n = converter->toUTF16(out, bytes.data(), 4, ILLCHAR_STOP, &illegal, -1);
+  return n >= 1 && !illegal;
+}
+
+// A two-byte sequence of high bytes that the converter does not map (read
+// as an illegal character), and a mapped pair whose both bytes are lead
+// bytes (so that runs of them can be built); empty where none is found.
+struct PairSamples {
+  std::vector<unsigned char> unmapped;
+  std::vector<unsigned char> leadLead;
+};
+
+PairSamples pairSamplesOf(KelCharSetConverter* converter) {
+  PairSamples samples;
+  for (unsigned first = 0x81; first <= 0xFE; ++first) {
+    for (unsigned second = 0xA1; second <= 0xFE; ++second) {
+      const std::vector<unsigned char> pair = {static_cast<unsigned char>(first),
+                                               static_cast<unsigned char>(second)};
+      const bool mapped = decodesAsOneCharacter(converter, pair);
+      if (!mapped && samples.unmapped.empty()) samples.unmapped = pair;
+      // Both bytes start pairs when each, followed by the other, is read
+      // as one character.
+      if (mapped && samples.leadLead.empty() && first >= 0xA1 &&
+          decodesAsOneCharacter(converter, {pair[1], pair[0]})) {
+        samples.leadLead = pair;
+      }
+      if (!samples.unmapped.empty() && !samples.leadLead.empty()) return samples;
+    }
+  }
+  return samples;
+}
+
+void expectSameToUtf16WithBudgets(KelCharSet id, const std::vector<unsigned char>& text,
+                                  size_t at) {
+  const size_t length = text.size() - 1;
+  const std::string where = "special at " + std::to_string(at);
+  for (ILLCHAR_OPTYPE op : kPolicies) {
+    for (int limit : {-1, static_cast<int>(at), static_cast<int>(at) + 1,
+                      static_cast<int>(at) + 2, static_cast<int>(at) + 3}) {
+      for (size_t room : {length + 1, at, at + 1}) {
+        expectSameToUtf16AtEveryLevel(id, text, room, op, limit, where);
+        if (testing::Test::HasFatalFailure()) return;
+      }
+    }
+  }
+}
+
+class FastPathDifferentialPairs : public testing::TestWithParam<KelCharSet> {};
+
+TEST_P(FastPathDifferentialPairs, SequencesThatEndRunsAtEveryPositionMatchPlainCode) {
+  std::mt19937 random(static_cast<unsigned>(GetParam()) + 20);
+  KelCharSetConverter* converter = KelCharSetConverter::getConverter(GetParam());
+  // Mostly characters of the set, with a few ASCII bytes.
+  std::vector<wchar16> units;
+  for (size_t i = 0; i < 60; ++i) {
+    const unsigned kind = std::uniform_int_distribution<unsigned>(0, 9)(random);
+    units.push_back(static_cast<wchar16>(
+        kind == 0 ? std::uniform_int_distribution<unsigned>(0x20, 0x7E)(random)
+        : kind < 4 ? std::uniform_int_distribution<unsigned>(0x3041, 0x3093)(random)
+        : kind < 6 ? std::uniform_int_distribution<unsigned>(0xAC00, 0xAD00)(random)
+                   : std::uniform_int_distribution<unsigned>(0x4E00, 0x5200)(random)));
+  }
+  units.push_back(0);
+  std::vector<unsigned char> base = encoded(converter, units);
+  base.resize(100, 'q');
+  const PairSamples samples = pairSamplesOf(converter);
+  std::vector<std::vector<unsigned char>> specials = {
+      {0x88, 'A'}, {0xB0, 'A'}, {0xB0, 0x7F}, {0x80}, {0xFF}, {0xA0}, {0x7F}, {0},
+      {0x8E, 0xB1}, {0x8F, 0xA2, 0xAF}, {0xA4, 0x41},          // EUC-JP single shifts
+      {0x81, 0x30, 0x81, 0x30}, {0x90, 0x30, 0x81, 0x30}, {0x81, 0x30},  // GB18030
+      {0x88, 0x61}, {0xFC, 0xEE}};  // Shift_JIS-2004 beyond the BMP
+  if (!samples.unmapped.empty()) specials.push_back(samples.unmapped);
+  for (const auto& special : specials) {
+    for (size_t at = 0; at + special.size() < base.size(); ++at) {
+      std::vector<unsigned char> text = base;
+      std::copy(special.begin(), special.end(), text.begin() + static_cast<long>(at));
+      text.push_back(0);
+      expectSameToUtf16WithBudgets(GetParam(), text, at);
+    }
+  }
+}
+
+TEST_P(FastPathDifferentialPairs, RunsOfLeadBytesOfEveryLengthMatchPlainCode) {
+  KelCharSetConverter* converter = KelCharSetConverter::getConverter(GetParam());
+  const PairSamples samples = pairSamplesOf(converter);
+  ASSERT_FALSE(samples.leadLead.empty()) << "no pair of two lead bytes in " << GetParam();
+  for (size_t start = 0; start < 40; ++start) {
+    for (size_t pairs = 0; pairs < 40; pairs += (pairs < 20 ? 1 : 7)) {
+      for (unsigned char extra : {0, 1}) {
+        // ASCII up to `start`, then `extra` lone copies of the pair's first
+        // byte (which shift the run's parity), the pairs, and ASCII.
+        std::vector<unsigned char> text(start, 'a');
+        for (unsigned char i = 0; i < extra; ++i) text.push_back(samples.leadLead[0]);
+        for (size_t i = 0; i < pairs; ++i) {
+          text.insert(text.end(), samples.leadLead.begin(), samples.leadLead.end());
+        }
+        text.insert(text.end(), {'z', 'y', 0x41, 'x'});
+        while (text.size() < 70) text.push_back('w');
+        text.push_back(0);
+        expectSameToUtf16WithBudgets(GetParam(), text, start + pairs);
+      }
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryPairingSet, FastPathDifferentialPairs,
+                         testing::ValuesIn(kPairConverters),
+                         [](const testing::TestParamInfo<KelCharSet>& info) {
+                           return "cp" + std::to_string(static_cast<int>(info.param));
+                         });
 
 TEST(FastPathLevels, ActiveLevelCanBeLoweredAndRestored) {
   const KelSimdLevel supported = kelulib::supportedSimdLevel();

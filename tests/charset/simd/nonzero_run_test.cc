@@ -1,5 +1,7 @@
 #include "charset/simd/nonzero_run.h"
 
+#include "charset/simd/simd_level.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -15,20 +17,28 @@ size_t countNonZero(const wchar16* text, size_t limit) {
 }
 
 TEST(NonZeroPrefix, UnitsFindTheFirstZeroFromEveryStartAndLimit) {
-  // One heap block; texts start at every unit offset within a 16-byte block
-  // and end at every later position.
-  constexpr size_t kUnits = 80;
+  // One heap block; texts start at every unit offset within a 64-byte block
+  // (the widest the scan reads at once) and end at every later position.
+  constexpr size_t kUnits = 200;
   std::unique_ptr<wchar16[]> block(new wchar16[kUnits]);
-  for (size_t start = 0; start < 8; ++start) {
-    for (size_t zeroAt = start; zeroAt < kUnits; ++zeroAt) {
-      for (size_t i = 0; i < kUnits; ++i) block[i] = static_cast<wchar16>(0x100 + i);
-      block[zeroAt] = 0;
-      for (size_t limit = 0; limit <= zeroAt - start + 2 && start + limit <= kUnits; ++limit) {
-        ASSERT_EQ(kelulib::nonZeroPrefix(block.get() + start, limit),
-                  countNonZero(block.get() + start, limit))
-            << "start " << start << ", zero at " << zeroAt << ", limit " << limit;
+  // Every level's scan (SSE2 blocks, AVX2 blocks).
+  for (int level = static_cast<int>(kelulib::KelSimdLevel::kSse2);
+       level <= static_cast<int>(kelulib::supportedSimdLevel()); ++level) {
+    const kelulib::KelSimdLevel before =
+        kelulib::setActiveSimdLevel(static_cast<kelulib::KelSimdLevel>(level));
+    for (size_t start = 0; start < 32; ++start) {
+      for (size_t zeroAt = start; zeroAt < kUnits; ++zeroAt) {
+        for (size_t i = 0; i < kUnits; ++i) block[i] = static_cast<wchar16>(0x100 + i);
+        block[zeroAt] = 0;
+        for (size_t limit = 0; limit <= zeroAt - start + 2 && start + limit <= kUnits; ++limit) {
+          ASSERT_EQ(kelulib::nonZeroPrefix(block.get() + start, limit),
+                    countNonZero(block.get() + start, limit))
+              << "level " << level << ", start " << start << ", zero at " << zeroAt
+              << ", limit " << limit;
+        }
       }
     }
+    kelulib::setActiveSimdLevel(before);
   }
 }
 
