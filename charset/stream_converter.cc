@@ -5,10 +5,13 @@
 #include <memory>
 #include <new>
 #include <stdexcept>
+#include <typeinfo>
 #include <vector>
 
 #include "charset/converter.h"
 #include "charset/sequence_rules.h"
+#include "charset/simd/simd_level.h"
+#include "charset/simd/text_kernels.h"
 #include "charset/tables/mbcs_converter.h"
 #include "charset/tables/sbcs_converter.h"
 #include "charset/unicode/utf16_converters.h"
@@ -34,6 +37,8 @@ constexpr size_t kSlack = 32;
 // The longest character the library's converters read (the escape form's
 // "U+XXXX").
 constexpr size_t kLongestCharacter = 6;
+// The longest UTF-8 sequence of one UTF-16 unit.
+constexpr size_t kMaxSequenceBytes = 3;
 
 bool isValidPolicy(KelStreamPolicy policy) {
   return policy == KEL_STREAM_STOP || policy == KEL_STREAM_REPLACE || policy == KEL_STREAM_ESCAPE ||
@@ -107,6 +112,40 @@ size_t nextSpecialUnit(const wchar16* units, size_t at, size_t count) {
   return count;
 }
 
+// The UTF-8 sequence of every byte that a single-byte set reads as one
+// character, as mapBytesToUtf8 takes them: made by the two converters
+// themselves, each byte read alone and its unit written alone, both under
+// ILLCHAR_STOP. A byte that either fails on, or that reads as anything but
+// one unit that is not a surrogate, gets 0 and is left to the plain way, as
+// is the zero byte. Empty when the pair is not a single-byte set of the
+// library's and the library's UTF-8, or when the set does not read the
+// bytes 0x01-0x7F as themselves (the kernel copies those in blocks).
+std::vector<uint32_t> byteSequencesOf(KelCharSetConverter& from, KelCharSetConverter& to) {
+  if (typeid(from) != typeid(KelCharSetConverterSBCS) ||
+      typeid(to) != typeid(KelCharSetConverterUTF8)) {
+    return {};
+  }
+  std::vector<uint32_t> sequences(256, 0);
+  for (unsigned byte = 1; byte < 256; ++byte) {
+    const unsigned char text[2] = {static_cast<unsigned char>(byte), 0};
+    wchar16 units[4] = {};
+    bool illegal = false;
+    if (from.toUTF16(units, text, 2, ILLCHAR_STOP, &illegal, 1) != 1 || illegal ||
+        kelulib::isSurrogate(units[0])) {
+      continue;
+    }
+    unsigned char bytes[8] = {};
+    const size_t length = to.fromUTF16(bytes, units, 3, ILLCHAR_STOP, &illegal);
+    if (illegal || length == 0 || length > 3) continue;
+    sequences[byte] = uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 |
+                      static_cast<uint32_t>(length) << 24;
+  }
+  for (unsigned byte = 1; byte < 0x80; ++byte) {
+    if (sequences[byte] != (byte | uint32_t{1} << 24)) return {};
+  }
+  return sequences;
+}
+
 // Takes the output through a write function.
 class FunctionSink : public KelStreamSink {
  public:
@@ -144,7 +183,8 @@ class KelStreamConverter::Impl {
         m_nullSize(to.getNullCharSize()),
         m_pending(kSlice + kSlack),
         m_units(unitRoom(kSlice) + kSlack),
-        m_output(unitRoom(kSlice) * m_bytesPerUnit + kSlack) {
+        m_output(unitRoom(kSlice) * m_bytesPerUnit + kSlack),
+        m_byteSequences(byteSequencesOf(from, to)) {
     clearFailure();
   }
 
@@ -281,6 +321,39 @@ class KelStreamConverter::Impl {
   // `end`; kNone once the conversion has stopped.
   size_t convertText(size_t begin, size_t end, size_t keepBackFrom) {
     if (begin == end) return end;
+    if (!m_byteSequences.empty() && kelulib::fastPathsOn()) {
+      return convertThroughSequences(begin, end, keepBackFrom);
+    }
+    return convertTextPlainly(begin, end, keepBackFrom);
+  }
+
+  // The fast path of a single-byte set to UTF-8: the runs of bytes that
+  // have a sequence in m_byteSequences are written straight from it; the
+  // bytes between them take the plain way, a run of them at a time, so that
+  // a character made of several bytes' units stays whole. Returns as
+  // convertText().
+  size_t convertThroughSequences(size_t begin, size_t end, size_t keepBackFrom) {
+    const unsigned char* bytes = m_pending.data();
+    for (size_t at = begin; at < end;) {
+      if (!reserveOutput(kMaxSequenceBytes * (end - at) + kSlack)) return kNone;
+      const kelulib::KelKernelRun run =
+          kelulib::mapBytesToUtf8(bytes + at, end - at, m_byteSequences.data(),
+                                  m_output.data() + m_outputSize, m_output.size() - m_outputSize);
+      at += run.read;
+      m_outputSize += run.written;
+      if (at == end) break;
+      size_t next = at + 1;
+      while (next < end && m_byteSequences[bytes[next]] == 0) ++next;
+      const size_t converted = convertTextPlainly(at, next, next == end ? keepBackFrom : kNone);
+      if (converted != next) return converted;  // stopped, or the last character kept back
+      at = next;
+    }
+    return end;
+  }
+
+  // convertText() the plain way: the source's converter decodes the text
+  // into m_units and the target's encodes them.
+  size_t convertTextPlainly(size_t begin, size_t end, size_t keepBackFrom) {
     bool illegal = false;
     const ILLCHAR_OPTYPE inputOp = checksInput() ? ILLCHAR_STOP : ILLCHAR_REPLACE;
     size_t count = decode(begin, end, inputOp, &illegal);
@@ -646,6 +719,9 @@ class KelStreamConverter::Impl {
   std::vector<wchar16> m_units;
   std::vector<unsigned char> m_output;
   size_t m_outputSize = 0;
+  // The fast path's UTF-8 sequences of the source's bytes (byteSequencesOf);
+  // empty when there is none.
+  std::vector<uint32_t> m_byteSequences;
   KelStreamFailure m_failure;
   uint64_t m_skipped = 0;
 };

@@ -147,7 +147,7 @@ def stream_converter_seeds():
     cuts = bytes([1, 3, 0, 1, 7, 0, 2, 11, 0, 0, 0, 0, 0, 0, 0, 0])
     pairs = [(65001, 1200), (65001, 54936), (51932, 65001), (932, 65001), (1200, 65001),
              (12000, 1202), (1202, 65001), (54936, 51949), (30933, 65001), (65001, 1252),
-             (950, 936), (51936, 30950)]
+             (950, 936), (51936, 30950), (1252, 65001), (1251, 65001), (28597, 65001)]
     for source, target in pairs:
         if source == 65001:
             text = utf8_text("zh_CN.txt") if target in (54936, 936) else utf8_text("ja.txt")
@@ -159,12 +159,18 @@ def stream_converter_seeds():
         write("stream_converter_fuzzer", f"{NAMES[source]}_to_{NAMES[target]}_{policy}",
               pick(source, STREAM_SETS) + pick(target, STREAM_SETS) +
               bytes([policy, 1, 0]) + cuts + text)
+    # A single-byte set to UTF-8 stopping at an unmapped byte past a few
+    # blocks of ASCII and accented letters (one text).
+    write("stream_converter_fuzzer", "WCP1252_to_UTF8_stop",
+          pick(1252, STREAM_SETS) + pick(65001, STREAM_SETS) + bytes([2, 1, 1]) + cuts +
+          b"Le caf\xe9 na\xeff, " * 4 + b"d\xe9j\xe0 \x81 fin")
     for i, edge in enumerate(EDGE_BYTES[5:]):
         write("stream_converter_fuzzer", f"edge{i}", pick(51932, STREAM_SETS) +
               pick(65001, STREAM_SETS) + bytes([2, 1, 0]) + cuts + edge)
     # With the handlers, leaving out (0 picks them; stop becomes skip).
     for source, target, text in [(65001, 28591, "a\u20ac\u00e9\u4e2d".encode() + b"\xff!"),
-                                 (54936, 1252, b"a\x80\x81\x80\xa2\xe3\x81 z")]:
+                                 (54936, 1252, b"a\x80\x81\x80\xa2\xe3\x81 z"),
+                                 (1252, 65001, b"Cr\xe8me br\xfbl\xe9e \x81\x8d, " * 3 + b"\x90!")]:
         for policy in (0, 2):
             write("stream_converter_fuzzer", f"handlers_{NAMES[source]}_to_{NAMES[target]}_{policy}",
                   pick(source, STREAM_SETS) + pick(target, STREAM_SETS) +

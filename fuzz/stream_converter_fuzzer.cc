@@ -14,6 +14,10 @@
 //   character (also none that the source's converter reads from other
 //   bytes, such as UTF-8's C0 80) is what the two converters make of it in
 //   one call each.
+// - Under KEL_STREAM_STOP, from a single-byte set to UTF-8 or UTF-16, a text
+//   without a zero byte converts up to its first byte that the source's
+//   converter cannot read, whose offset the failure gives (no failure when
+//   there is none), and that part as the two converters make of it.
 #include <cstring>
 #include <optional>
 #include <string>
@@ -133,6 +137,20 @@ std::optional<std::string> wholeConversion(KelCharSet from, KelCharSet to,
                                                        ILLCHAR_REPLACE, nullptr));
 }
 
+// The offset of the first byte of `text` that the single-byte converter of
+// `from` cannot read alone; the size of `text` when it reads them all.
+size_t firstUnreadableByte(KelCharSet from, const std::string& text) {
+  KelCharSetConverter* decoder = KelCharSetConverter::getConverter(from);
+  for (size_t at = 0; at < text.size(); ++at) {
+    const char byte[2] = {text[at], 0};
+    wchar16 units[4] = {};
+    bool illegal = false;
+    decoder->toUTF16(units, byte, 2, ILLCHAR_STOP, &illegal, 1);
+    if (illegal) return at;
+  }
+  return text.size();
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -182,6 +200,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::optional<std::string> whole = wholeConversion(settings.from, settings.to, text);
     KELULIB_FUZZ_CHECK(!whole || once.output == *whole,
                        "the stream reads the text otherwise than the converters in one call");
+  }
+  if (settings.policy == KEL_STREAM_STOP && !settings.handlers && unicodeTarget &&
+      texts.size() == 1 &&
+      KelCharSetConverter::getConverter(settings.from)->getMaxUnitSize() == 1 &&
+      !hasZeroCharacter(text, 1)) {
+    const size_t unreadable = firstUnreadableByte(settings.from, text);
+    KELULIB_FUZZ_CHECK(
+        unreadable == text.size()
+            ? once.failure.status == KEL_STREAM_OK
+            : once.failure.status == KEL_STREAM_INVALID_INPUT && once.failure.offset == unreadable,
+        "a single-byte text stops elsewhere than at its first unreadable byte");
+    const std::optional<std::string> whole =
+        wholeConversion(settings.from, settings.to, text.substr(0, unreadable));
+    KELULIB_FUZZ_CHECK(whole && once.output == *whole,
+                       "a single-byte text is converted otherwise than by the converters");
   }
   return 0;
 }

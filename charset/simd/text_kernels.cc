@@ -102,6 +102,13 @@ KelKernelRun eucToUtf16(const unsigned char* in, size_t count, const uint16_t* u
   return x86::eucToUtf16Avx512(in, count, unitsOfCodes, out);
 }
 
+KelKernelRun mapBytesToUtf8(const unsigned char* in, size_t count, const uint32_t* sequences,
+                            unsigned char* out, size_t room) {
+  // 32-byte blocks are as fast as any wider ones for runs this short.
+  return atActiveLevel(x86::mapBytesToUtf8Avx2, x86::mapBytesToUtf8Avx2, x86::mapBytesToUtf8Sse2,
+                       in, count, sequences, out, room);
+}
+
 bool pairKernelsOn() {
   return static_cast<int>(activeSimdLevel()) >= static_cast<int>(KelSimdLevel::kAvx2);
 }
@@ -131,6 +138,9 @@ KelKernelRun mapUnitsToCodes(const wchar16*, size_t, const uint16_t*, unsigned, 
   return {0, 0};
 }
 KelKernelRun eucToUtf16(const unsigned char*, size_t, const uint16_t*, wchar16*) { return {0, 0}; }
+KelKernelRun mapBytesToUtf8(const unsigned char*, size_t, const uint32_t*, unsigned char*, size_t) {
+  return {0, 0};
+}
 KelKernelRun pairsToUtf16(const unsigned char*, size_t, const uint16_t*, const KelPairDecoding&,
                           wchar16*) {
   return {0, 0};

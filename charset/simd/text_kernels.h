@@ -86,6 +86,16 @@ KelKernelRun mapUnitsToCodes(const wchar16* in, size_t count, const uint16_t* co
 KelKernelRun eucToUtf16(const unsigned char* in, size_t count, const uint16_t* unitsOfCodes,
                         wchar16* out);
 
+// Bytes to the UTF-8 sequences `sequences` (256 entries) gives them: an
+// entry holds the sequence's bytes, first byte lowest, in bits 0-23 and its
+// length (1 to 3) in bits 24-31; 0 for a byte the kernel leaves to its
+// caller. Every byte 0x01-0x7F must have itself as its sequence (its runs
+// are copied in blocks). Stops before a byte whose entry is 0, and before
+// that only when the room runs short: with room for three bytes a byte and
+// one more, it never does. Writes at most `room` bytes.
+KelKernelRun mapBytesToUtf8(const unsigned char* in, size_t count, const uint32_t* sequences,
+                            unsigned char* out, size_t room);
+
 // Double-byte text as `decoding` describes it (see pair_decoding.h) to
 // UTF-16: bytes below decoding.asciiEnd that start a character to
 // themselves, pairs to `unitsOfCodes[code]` (a table of 65,536 units and two

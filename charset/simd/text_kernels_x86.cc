@@ -14,6 +14,7 @@
 #include <immintrin.h>
 
 #include <cstdint>
+#include <cstring>
 
 #define KELULIB_TARGET_AVX2 __attribute__((target("avx2,bmi,bmi2,popcnt")))
 #define KELULIB_TARGET_AVX512                                                  \
@@ -625,6 +626,72 @@ KelKernelRun eucToUtf16Avx512(const unsigned char* in, size_t count, const uint1
     }
     read += run;
     if (run < fullRun) break;
+  }
+  return {read, written};
+}
+
+// --- Bytes to UTF-8 through a table of sequences ------------------------------
+//
+// A block whose bytes are all below 0x80 is copied as it is; otherwise the
+// block is copied anyway, the bytes before its first high byte are kept, and
+// that byte goes through the table, one four-byte store of its entry (room
+// for four is required), before the next block is read from the byte after
+// it.
+
+namespace {
+
+// Converts the byte at in[read] through the table; false when its entry is
+// 0 or fewer than four bytes of room are left.
+inline bool mapOneByteToUtf8(const unsigned char* in, size_t& read, const uint32_t* sequences,
+                             unsigned char* out, size_t& written, size_t room) {
+  const uint32_t entry = sequences[in[read]];
+  if (entry == 0 || room - written < 4) return false;
+  const unsigned char bytes[4] = {
+      static_cast<unsigned char>(entry), static_cast<unsigned char>(entry >> 8),
+      static_cast<unsigned char>(entry >> 16), static_cast<unsigned char>(entry >> 24)};
+  std::memcpy(out + written, bytes, 4);
+  written += entry >> 24;
+  ++read;
+  return true;
+}
+
+}  // namespace
+
+KelKernelRun mapBytesToUtf8Sse2(const unsigned char* in, size_t count, const uint32_t* sequences,
+                                unsigned char* out, size_t room) {
+  size_t read = 0;
+  size_t written = 0;
+  for (;;) {
+    if (count - read >= 16 && room - written >= 16) {
+      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + read));
+      const auto high = static_cast<unsigned>(_mm_movemask_epi8(bytes));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + written), bytes);
+      const unsigned ascii = high == 0 ? 16 : static_cast<unsigned>(__builtin_ctz(high));
+      read += ascii;
+      written += ascii;
+      if (high == 0) continue;
+    }
+    if (read == count || !mapOneByteToUtf8(in, read, sequences, out, written, room)) break;
+  }
+  return {read, written};
+}
+
+KELULIB_TARGET_AVX2
+KelKernelRun mapBytesToUtf8Avx2(const unsigned char* in, size_t count, const uint32_t* sequences,
+                                unsigned char* out, size_t room) {
+  size_t read = 0;
+  size_t written = 0;
+  for (;;) {
+    if (count - read >= 32 && room - written >= 32) {
+      const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + read));
+      const auto high = static_cast<unsigned>(_mm256_movemask_epi8(bytes));
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + written), bytes);
+      const unsigned ascii = high == 0 ? 32 : static_cast<unsigned>(__builtin_ctz(high));
+      read += ascii;
+      written += ascii;
+      if (high == 0) continue;
+    }
+    if (read == count || !mapOneByteToUtf8(in, read, sequences, out, written, room)) break;
   }
   return {read, written};
 }

@@ -42,6 +42,11 @@ KelKernelRun pairsToUtf16Avx2(const unsigned char* in, size_t count, const uint1
 KelKernelRun mapUnitsToCodesAvx512(const wchar16* in, size_t count, const uint16_t* codes,
                                    unsigned asciiEnd, unsigned char* out, size_t room);
 
+KelKernelRun mapBytesToUtf8Sse2(const unsigned char* in, size_t count, const uint32_t* sequences,
+                                unsigned char* out, size_t room);
+KelKernelRun mapBytesToUtf8Avx2(const unsigned char* in, size_t count, const uint32_t* sequences,
+                                unsigned char* out, size_t room);
+
 }  // namespace x86
 }  // namespace kelulib
 

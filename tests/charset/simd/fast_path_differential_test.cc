@@ -2,17 +2,24 @@
 // the same input, room, source limit and policy must give the same output
 // buffer (the units or bytes written, and nothing else touched), the same
 // return value and the same illegal flag at every instruction level this
-// processor has as at KelSimdLevel::kScalar, where no fast path runs.
+// processor has as at KelSimdLevel::kScalar, where no fast path runs. The
+// stream converter's fast path from the single-byte sets to UTF-8 must give
+// the same output, failure and count of characters left out.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "charset/charset_names.h"
 #include "charset/converter.h"
 #include "charset/simd/simd_level.h"
+#include "charset/simd/text_kernels.h"
+#include "charset/stream_converter.h"
+#include "tests/support/charset_sets.h"
 #include "tests/support/guarded_buffer.h"
 
 namespace {
@@ -753,6 +760,269 @@ TEST(FastPathLevels, ActiveLevelCanBeLoweredAndRestored) {
   EXPECT_EQ(kelulib::activeSimdLevel(), supported) << "a level beyond the processor is clamped";
   kelulib::setActiveSimdLevel(before);
   EXPECT_EQ(kelulib::activeSimdLevel(), before);
+}
+
+// --- Single-byte sets to UTF-8 in the stream converter ---------------------------
+
+// mapBytesToUtf8 on a table of its own making: ASCII as itself, 0x80-0xBF as
+// two-byte sequences, 0xC0-0xEF as three-byte ones, 0xF0-0xFF without one.
+std::vector<uint32_t> sampleSequences() {
+  std::vector<uint32_t> sequences(256, 0);
+  for (uint32_t byte = 1; byte < 0x80; ++byte) sequences[byte] = byte | 1u << 24;
+  for (uint32_t byte = 0x80; byte < 0xC0; ++byte) sequences[byte] = 0xC2 | byte << 8 | 2u << 24;
+  for (uint32_t byte = 0xC0; byte < 0xF0; ++byte) {
+    sequences[byte] = 0xE2 | 0x80u << 8 | (byte - 0x40) << 16 | 3u << 24;
+  }
+  return sequences;
+}
+
+// The sequences of `bytes` one after another.
+std::vector<unsigned char> sequencesOf(const std::vector<uint32_t>& sequences,
+                                       const unsigned char* bytes, size_t count) {
+  std::vector<unsigned char> out;
+  for (size_t i = 0; i < count; ++i) {
+    const uint32_t entry = sequences[bytes[i]];
+    for (uint32_t k = 0; k < entry >> 24; ++k)
+      out.push_back(static_cast<unsigned char>(entry >> 8 * k));
+  }
+  return out;
+}
+
+TEST(ByteSequenceKernel, WritesTheSequencesOfItsRunWithinEveryRoom) {
+  const std::vector<uint32_t> sequences = sampleSequences();
+  std::mt19937 random(17);
+  for (int trial = 0; trial < 40; ++trial) {
+    // ASCII runs of every length around the block sizes, high bytes between.
+    std::vector<unsigned char> text;
+    const size_t length = std::uniform_int_distribution<size_t>(1, 150)(random);
+    while (text.size() < length) {
+      const unsigned kind = std::uniform_int_distribution<unsigned>(0, 3)(random);
+      if (kind == 0) {
+        text.push_back(static_cast<unsigned char>(
+            std::uniform_int_distribution<unsigned>(0x80, 0xEF)(random)));
+      } else {
+        const size_t run = std::uniform_int_distribution<size_t>(1, 40)(random);
+        for (size_t i = 0; i < run; ++i) text.push_back(static_cast<unsigned char>(0x41 + i % 26));
+      }
+    }
+    if (trial % 2 == 1)
+      text[std::uniform_int_distribution<size_t>(0, text.size() - 1)(random)] = 0xF5;
+    const size_t stop = static_cast<size_t>(
+        std::find_if(text.begin(), text.end(), [&](unsigned char b) { return sequences[b] == 0; }) -
+        text.begin());
+    const auto input = exactCopy(text);
+    for (KelSimdLevel level : fastLevels()) {
+      ScopedSimdLevel fast(level);
+      for (size_t room = 0; room <= 3 * text.size() + 1; ++room) {
+        GuardedBuffer<unsigned char> out(room);
+        const kelulib::KelKernelRun run =
+            kelulib::mapBytesToUtf8(input.get(), text.size(), sequences.data(), out.data(), room);
+        ASSERT_TRUE(out.guardsIntact()) << levelName(level) << ", room " << room;
+        ASSERT_LE(run.read, stop) << levelName(level) << ", room " << room;
+        ASSERT_EQ(out.prefix(run.written), sequencesOf(sequences, input.get(), run.read))
+            << levelName(level) << ", room " << room;
+        if (room == 3 * text.size() + 1) {
+          EXPECT_EQ(run.read, stop)
+              << levelName(level) << ": room for all, it stops only before 0xF5";
+        }
+      }
+    }
+    ScopedSimdLevel plain(KelSimdLevel::kScalar);
+    const kelulib::KelKernelRun none = kelulib::mapBytesToUtf8(
+        input.get(), text.size(), sequences.data(), std::vector<unsigned char>(500).data(), 500);
+    EXPECT_EQ(none.read, 0u);
+    EXPECT_EQ(none.written, 0u);
+  }
+}
+
+class CollectingSink : public KelStreamSink {
+ public:
+  bool write(const void* bytes, size_t size) override {
+    text.append(static_cast<const char*>(bytes), size);
+    return true;
+  }
+  std::string text;
+};
+
+// Everything a stream conversion shows.
+struct StreamOutcome {
+  std::string output;
+  KelStreamStatus status;
+  uint64_t offset;
+  std::string failedBytes;
+  uint32_t character;
+  uint64_t skipped;
+  bool operator==(const StreamOutcome& other) const {
+    return output == other.output && status == other.status && offset == other.offset &&
+           failedBytes == other.failedBytes && character == other.character &&
+           skipped == other.skipped;
+  }
+};
+
+// Reads a lone invalid byte as "<>".
+size_t anglesForAByte(void*, const unsigned char*, size_t count, wchar16* units, size_t room) {
+  if (count != 1 || room < 2) return 0;
+  units[0] = '<';
+  units[1] = '>';
+  return 2;
+}
+
+// One stream converter from a single-byte set to UTF-8, used for text
+// after text (reset between them).
+class SingleByteStream {
+ public:
+  SingleByteStream(KelCharSet from, KelStreamPolicy policy, bool handler)
+      : m_converter(from, KelCS_UTF8, policy, m_sink) {
+    if (handler) m_converter.setInvalidInputHandler(anglesForAByte, nullptr);
+  }
+
+  // `text` given in pieces of `piece` bytes (0: whole).
+  StreamOutcome convert(const std::string& text, size_t piece) {
+    m_converter.reset();
+    m_sink.text.clear();
+    const size_t step = piece == 0 ? text.size() + 1 : piece;
+    for (size_t at = 0; at < text.size(); at += step) {
+      if (m_converter.convert(text.data() + at, std::min(step, text.size() - at)) != KEL_STREAM_OK)
+        break;
+    }
+    m_converter.finish();
+    const KelStreamFailure& failure = m_converter.failure();
+    return {m_sink.text,
+            failure.status,
+            failure.offset,
+            std::string(reinterpret_cast<const char*>(failure.bytes), failure.byteCount),
+            failure.character,
+            m_converter.skippedCount()};
+  }
+
+ private:
+  CollectingSink m_sink;
+  KelStreamConverter m_converter;
+};
+
+std::vector<KelCharSet> singleByteSets() {
+  std::vector<KelCharSet> sets;
+  for (KelCharSet id : kelulib_test::kTableDrivenCharSets) {
+    if (KelCharSetConverter::getConverter(id)->getMaxUnitSize() == 1) sets.push_back(id);
+  }
+  return sets;
+}
+
+// The bytes 0x80-0xFF that `id` reads and those it cannot read.
+void highBytesOf(KelCharSet id, std::string& mapped, std::string& unmapped) {
+  KelCharSetConverter* converter = KelCharSetConverter::getConverter(id);
+  for (unsigned byte = 0x80; byte < 0x100; ++byte) {
+    const unsigned char text[2] = {static_cast<unsigned char>(byte), 0};
+    wchar16 units[4] = {};
+    bool illegal = false;
+    converter->toUTF16(units, text, 2, ILLCHAR_STOP, &illegal, 1);
+    (illegal ? unmapped : mapped).push_back(static_cast<char>(byte));
+  }
+}
+
+struct StreamCase {
+  KelStreamPolicy policy;
+  bool handler;
+  const char* name;
+};
+
+const StreamCase kStreamCases[] = {{KEL_STREAM_STOP, false, "stop"},
+                                   {KEL_STREAM_REPLACE, false, "replace"},
+                                   {KEL_STREAM_ESCAPE, false, "escape"},
+                                   {KEL_STREAM_SKIP, false, "skip"},
+                                   {KEL_STREAM_SKIP, true, "skip with handler"}};
+
+// Every single-byte set to UTF-8 through the stream at every level against
+// the plain way (kScalar): a text of ASCII runs across the block sizes and
+// the set's high bytes, with a zero byte, an unmapped byte (where the set
+// has one) or a run of them put at every position, under every policy,
+// whole and in pieces.
+TEST(StreamSingleByteToUtf8, EveryLevelWritesAndFailsAsThePlainWayAtEveryPosition) {
+  for (KelCharSet id : singleByteSets()) {
+    std::string mapped;
+    std::string unmapped;
+    highBytesOf(id, mapped, unmapped);
+    ASSERT_FALSE(mapped.empty()) << KelCharSetToString(id);
+    std::string base;
+    for (size_t i = 0; base.size() < 80; ++i) {
+      base.append(std::string(i % 5 == 0 ? 37 : i % 7, static_cast<char>('a' + i % 26)));
+      base.push_back(mapped[(i * 7) % mapped.size()]);
+    }
+    std::vector<std::string> odd = {std::string(1, '\0'), std::string(1, mapped[0])};
+    if (!unmapped.empty()) {
+      odd.push_back(unmapped.substr(0, 1));
+      odd.push_back(std::string(3, unmapped.back()));
+      odd.push_back(unmapped.substr(0, 1) + std::string(1, '\0') + mapped.substr(0, 1));
+    }
+    for (const StreamCase& how : kStreamCases) {
+      SingleByteStream plainStream(id, how.policy, how.handler);
+      std::vector<std::pair<std::string, StreamOutcome>> expected;
+      {
+        ScopedSimdLevel plain(KelSimdLevel::kScalar);
+        for (const std::string& bytes : odd) {
+          for (size_t at = 0; at + bytes.size() <= base.size(); ++at) {
+            std::string text = base;
+            text.replace(at, bytes.size(), bytes);
+            expected.emplace_back(text, plainStream.convert(text, 0));
+          }
+        }
+      }
+      for (KelSimdLevel level : fastLevels()) {
+        ScopedSimdLevel fast(level);
+        SingleByteStream stream(id, how.policy, how.handler);
+        for (const auto& [text, reference] : expected) {
+          for (size_t piece : {size_t{0}, size_t{1}, size_t{13}}) {
+            if (!(stream.convert(text, piece) == reference)) {
+              ADD_FAILURE() << KelCharSetToString(id) << ", " << how.name << ", "
+                            << levelName(level) << ", pieces of " << piece;
+              return;
+            }
+          }
+        }
+      }
+    }
+  }
+}
+
+// Texts of several slices, whose runs and output cross the stream's slice
+// and output buffer edges, in random pieces.
+TEST(StreamSingleByteToUtf8, LongTextsAtEveryLevelAsThePlainWay) {
+  std::mt19937 random(23);
+  for (KelCharSet id : {KelCS_WCP1252, KelCS_WCP1251, KelCS_ISO_8859_7, KelCS_KOI8R}) {
+    std::string mapped;
+    std::string unmapped;
+    highBytesOf(id, mapped, unmapped);
+    std::string text;
+    while (text.size() < 3 * KelStreamConverter::kSliceBytes + 77) {
+      const unsigned kind = std::uniform_int_distribution<unsigned>(0, 999)(random);
+      if (kind < 600) {
+        text.push_back(
+            static_cast<char>(std::uniform_int_distribution<unsigned>(0x20, 0x7E)(random)));
+      } else if (kind < 995) {
+        text.push_back(mapped[std::uniform_int_distribution<size_t>(0, mapped.size() - 1)(random)]);
+      } else if (kind < 998 || unmapped.empty()) {
+        text.push_back('\0');
+      } else {
+        text.push_back(unmapped[0]);
+      }
+    }
+    for (const StreamCase& how : kStreamCases) {
+      StreamOutcome reference;
+      {
+        ScopedSimdLevel plain(KelSimdLevel::kScalar);
+        reference = SingleByteStream(id, how.policy, how.handler).convert(text, 0);
+      }
+      for (KelSimdLevel level : fastLevels()) {
+        ScopedSimdLevel fast(level);
+        SingleByteStream stream(id, how.policy, how.handler);
+        for (size_t piece : {size_t{0}, size_t{4093}}) {
+          EXPECT_TRUE(stream.convert(text, piece) == reference)
+              << KelCharSetToString(id) << ", " << how.name << ", " << levelName(level)
+              << ", pieces of " << piece;
+        }
+      }
+    }
+  }
 }
 
 }  // namespace
